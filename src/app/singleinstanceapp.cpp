@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "app/singleinstanceapp.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QLockFile>
+#include <QWidget>
+
+#include <memory>
+
+namespace {
+constexpr int answerTimeoutMs = 500;
+// Longer than the time for which any other start may hold the lock.
+constexpr int lockTimeoutMs = 4 * answerTimeoutMs;
+} // namespace
+
+SingleInstanceApp::SingleInstanceApp(const QString& name, QObject* parent)
+    : QObject(parent)
+    , m_name(name)
+{
+}
+
+bool SingleInstanceApp::init()
+{
+    m_server = new QLocalServer(this);
+    qDebug() << "SingleInstanceApp::init() for" << m_name;
+
+    // Several starts at once must not take each other's fresh socket for a stale one.
+    QLockFile lock(QDir::temp().filePath(m_name + QStringLiteral(".lock")));
+    const bool alone = lock.tryLock(lockTimeoutMs);
+
+    if (listen())
+        return true;
+    if (runningInstanceAnswers()) {
+        qCritical() << "SingleInstanceApp::init() stop client app";
+        return false;
+    }
+    // Nobody answers: where a name is a file, it is what a killed monitor left behind. Left there, it would
+    // keep every later start unguarded.
+    if (alone && QLocalServer::removeServer(m_name) && listen())
+        return true;
+    qCritical() << "SingleInstanceApp::init() failed to start server mode; cannot stop client mode";
+    return true;
+}
+
+void SingleInstanceApp::setMainWindow(QWidget* mainWindow)
+{
+    m_mainWindow = mainWindow;
+}
+
+bool SingleInstanceApp::listen()
+{
+    if (!m_server->listen(m_name))
+        return false;
+    qDebug() << "SingleInstanceApp::init() start server mode";
+    connect(m_server, &QLocalServer::newConnection, this, &SingleInstanceApp::processNewConnection);
+    return true;
+}
+
+bool SingleInstanceApp::runningInstanceAnswers() const
+{
+    QLocalSocket socket;
+    socket.connectToServer(m_name, QIODevice::ReadWrite);
+    return socket.waitForConnected(answerTimeoutMs);
+}
+
+void SingleInstanceApp::processNewConnection()
+{
+    qDebug() << "SingleInstanceApp::newConnection() detect new instance";
+    const std::unique_ptr<QLocalSocket> socket(m_server->nextPendingConnection());
+    if (!socket)
+        return;
+    if (m_mainWindow) {
+        qDebug() << "SingleInstanceApp::newConnection() force show window";
+        m_mainWindow->showNormal();
+        m_mainWindow->activateWindow();
+        m_mainWindow->raise();
+    }
+}

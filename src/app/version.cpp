@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "app/version.h"
+
+#include <QString>
+
+namespace {
+const QString version = QStringLiteral(QORMONITOR_VERSION);
+const QString date = QStringLiteral(QORMONITOR_BUILD_DATE);
+const QString updateUrl = QStringLiteral(QORMONITOR_UPDATE_URL);
+} // namespace
+
+const QString& programVersion()
+{
+    return version;
+}
+
+const QString& buildDate()
+{
+    return date;
+}
+
+const QString& updateBaseUrl()
+{
+    return updateUrl;
+}

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "devices/device.h"
+
+#include "devices/devicelist.h"
+#include "link/hostlookup.h"
+#include "link/qorinterface.h"
+
+#include <QDebug>
+#include <QSettings>
+
+#include <zmq.hpp>
+
+namespace {
+const auto hostKey = QStringLiteral("Host");
+const auto zmqPortKey = QStringLiteral("ZmqPort");
+const auto webPortKey = QStringLiteral("WebPort");
+const auto webSchemeKey = QStringLiteral("WebScheme");
+const auto ipAddressKey = QStringLiteral("IpAddress");
+const auto monitoredKey = QStringLiteral("Monitored");
+} // namespace
+
+Device::Device(DeviceList* list)
+    : QObject(list)
+    , m_list(list)
+    , m_link(new QorInterface)
+{
+    m_link->setDevice(this);
+    connect(m_link.data(), &QorInterface::connectStateChanged, this, &Device::updateConnectState);
+    connect(m_link.data(), &QorInterface::receiveQorMessage, this, &Device::processQorMessage);
+    connect(this, &Device::deviceStateChanged, m_list, &DeviceList::deviceStatesChanged);
+    updateConnectState();
+}
+
+Device::~Device()
+{
+    if (m_monitored) {
+        try {
+            storeMonitored(false);
+        } catch (const zmq::error_t& error) {
+            qDebug() << "Device::~Device():" << error.what();
+        }
+    }
+    // The link must be joined while everything that it reports to is still there.
+    m_link.reset();
+}
+
+void Device::setHost(const QString& host)
+{
+    if (m_host == host)
+        return;
+    m_host = host;
+    emit hostChanged();
+    m_list->notifyDeviceChanged(this);
+    updateIpAddress();
+    m_link->updateConnection();
+}
+
+void Device::setZmqPort(int zmqPort)
+{
+    if (m_zmqPort == zmqPort)
+        return;
+    m_zmqPort = zmqPort;
+    emit zmqPortChanged();
+    m_list->notifyDeviceChanged(this);
+    m_link->updateConnection();
+}
+
+void Device::setWebPort(int webPort)
+{
+    if (m_webPort == webPort)
+        return;
+    m_webPort = webPort;
+    emit webPortChanged();
+    m_list->notifyDeviceChanged(this);
+}
+
+void Device::setWebScheme(const QString& webScheme)
+{
+    if (m_webScheme == webScheme)
+        return;
+    m_webScheme = webScheme;
+    emit webSchemeChanged();
+    m_list->notifyDeviceChanged(this);
+}
+
+void Device::setQorName(const QString& qorName)
+{
+    if (m_qorName == qorName)
+        return;
+    m_qorName = qorName;
+    // Name changes are traced at this level on purpose.
+    qCritical() << "Device::setQorName()" << m_host << m_qorName;
+    emit qorNameChanged();
+    m_list->notifyDeviceChanged(this);
+}
+
+void Device::setIpAddress(const QString& ipAddress)
+{
+    if (m_ipAddress == ipAddress)
+        return;
+    m_ipAddress = ipAddress;
+    emit ipAddressChanged();
+    m_list->notifyDeviceChanged(this);
+}
+
+void Device::setMonitored(bool monitored)
+{
+    if (m_monitored != monitored)
+        storeMonitored(monitored);
+}
+
+void Device::storeMonitored(bool monitored)
+{
+    m_monitored = monitored;
+    emit monitoredChanged();
+    m_list->notifyDeviceChanged(this);
+    m_link->updateConnection();
+}
+
+void Device::save(QSettings& settings) const
+{
+    settings.setValue(hostKey, m_host);
+    settings.setValue(zmqPortKey, m_zmqPort);
+    settings.setValue(webPortKey, m_webPort);
+    settings.setValue(webSchemeKey, m_webScheme);
+    settings.setValue(ipAddressKey, m_ipAddress);
+    settings.setValue(monitoredKey, m_monitored);
+}
+
+void Device::load(QSettings& settings)
+{
+    // No defaults: what is missing loads as an empty, zero or false value.
+    setHost(settings.value(hostKey).toString());
+    setZmqPort(settings.value(zmqPortKey).toInt());
+    setWebPort(settings.value(webPortKey).toInt());
+    setWebScheme(settings.value(webSchemeKey).toString());
+    setIpAddress(settings.value(ipAddressKey).toString());
+    setMonitored(settings.value(monitoredKey).toBool());
+    // The stored address may be out of date, so it never survives loading.
+    updateIpAddress();
+}
+
+void Device::updateIpAddress()
+{
+    setIpAddress(QString());
+    const QString address = lookUpAddress(m_host);
+    if (!address.isEmpty())
+        setIpAddress(address);
+}
+
+QString Device::stateText() const
+{
+    return m_monitored ? m_link->stateText() : tr("Nicht überwacht");
+}
+
+QString Device::displayName() const
+{
+    return m_qorName.isEmpty() ? m_host + QLatin1Char(':') + QString::number(m_zmqPort) : m_qorName;
+}

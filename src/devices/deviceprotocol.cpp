@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: MIT
+// The part of Device that gives meaning to what the unit says.
+#include "devices/device.h"
+
+#include "devices/devicelist.h"
+#include "devices/devicemessages.h"
+#include "link/qorinterface.h"
+
+#include <QDebug>
+#include <QJsonDocument>
+#include <QLocale>
+#include <QMessageBox>
+
+#include <algorithm>
+
+namespace {
+
+const auto dateFormat = QStringLiteral("dd. MMM yyyy");
+
+// The unit writes its months in English; an unreadable date is earlier than every other one.
+qint64 dayNumber(const QString& date)
+{
+    return QLocale(QLocale::English, QLocale::AnyCountry).toDate(date, dateFormat).toJulianDay();
+}
+
+QString stringValue(const QJsonObject& object, const char* key)
+{
+    return object.value(QLatin1String(key)).toString();
+}
+
+} // namespace
+
+void Device::processQorMessage(const QByteArray& json)
+{
+    QJsonParseError error {};
+    const QJsonObject object = QJsonDocument::fromJson(json, &error).object();
+    if (json.trimmed().isEmpty()) {
+        qWarning() << "Device::processQorMessage() skip empty message";
+        return;
+    }
+    if (error.error != QJsonParseError::NoError) {
+        qWarning().noquote() << "Device::processQorMessage() parse error" << error.errorString()
+                             << "at offset" << error.offset << "\nMessage:" << json;
+        setIncompatible(true);
+        return;
+    }
+
+    // The name counts before the command is looked at, so a message with an unknown one sets it too.
+    setQorName(stringValue(object, "host"));
+    const QString cmd = stringValue(object, "cmd");
+    if (cmd == QLatin1String("StatusReport")) {
+        setIncompatible(false);
+        setWarnings(object.value(QLatin1String("value")).toObject().value(QLatin1String("warnings")).toArray());
+    } else if (cmd == QLatin1String("VersionInfo")) {
+        updateVersionInfo(stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
+                          stringValue(object, "remoteQorVersionNo"),
+                          stringValue(object, "remoteQorVersionDate"));
+    } else {
+        qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd << ", message"
+                              << json << ", object" << object;
+        setIncompatible(true);
+    }
+}
+
+void Device::updateConnectState()
+{
+    const QorInterface::State state = m_link->state();
+    qInfo() << "Device::updateConnectState()" << state;
+    switch (state) {
+    case QorInterface::Pending:
+        m_connectionMessage
+            = monitorMessage(m_qorName, QStringLiteral("Warte auf Verbindung ..."), MessageClass::Warning);
+        setWarnings(QJsonArray());
+        setIncompatible(false);
+        break;
+    case QorInterface::Connected:
+        m_connectionMessage
+            = monitorMessage(m_qorName, QStringLiteral("Verbindung hergestellt"), MessageClass::Confirmation);
+        break;
+    default:
+        setWarnings(QJsonArray());
+        setIncompatible(false);
+        m_connectionMessage
+            = monitorMessage(m_qorName, QStringLiteral("Verbindung getrennt"), MessageClass::Error);
+        break;
+    }
+    emit deviceStateChanged();
+    updateAlert();
+}
+
+void Device::setIncompatible(bool on)
+{
+    if (m_incompatible == on)
+        return;
+    m_incompatible = on;
+    if (on) {
+        m_incompatibleMessage
+            = monitorMessage(m_qorName, QStringLiteral("QOR Version inkompatibel"), MessageClass::Error);
+        setWarnings(QJsonArray());
+    } else {
+        m_incompatibleMessage = QJsonObject();
+    }
+    emit deviceStateChanged();
+    updateAlert();
+}
+
+void Device::setWarnings(const QJsonArray& newWarnings)
+{
+    if (m_warnings == newWarnings)
+        return;
+    const bool anyNew = std::any_of(newWarnings.begin(), newWarnings.end(), [this](const QJsonValue& warning) {
+        return isNewWarning(warning.toObject());
+    });
+    m_warnings = newWarnings;
+    emit deviceStateChanged();
+    if (anyNew)
+        emit m_list->alertChanged();
+}
+
+bool Device::isNewWarning(const QJsonObject& warning) const
+{
+    return std::none_of(m_warnings.begin(), m_warnings.end(),
+                        [&warning](const QJsonValue& known) { return known.toObject() == warning; });
+}
+
+void Device::updateVersionInfo(const QString& localNo, const QString& localDate, const QString& remoteNo,
+                               const QString& remoteDate)
+{
+    // A report in which only the dates are new is ignored, dates included. That is wanted.
+    if (localNo == m_localVersionNo && remoteNo == m_remoteVersionNo)
+        return;
+    m_localVersionNo = localNo;
+    m_localVersionDate = localDate;
+    m_remoteVersionNo = remoteNo;
+    m_remoteVersionDate = remoteDate;
+    emit versionDataChanged();
+    // Only the dates decide what is newer; the numbers are never compared for order.
+    if (dayNumber(remoteDate) <= dayNumber(localDate)) {
+        m_versionMessage = QJsonObject();
+    } else {
+        qCritical() << "updateVersionInfo2" << localNo << remoteNo;
+        m_versionMessage = monitorMessage(
+            m_qorName, QStringLiteral("Neue SW Version verfügbar V%1").arg(m_remoteVersionNo), MessageClass::Warning);
+    }
+    emit deviceStateChanged();
+}
+
+void Device::updateAlert()
+{
+    // The monitored flag is not looked at on purpose: an unmonitored unit, whose link is idle, counts too.
+    setAlert(!m_incompatibleMessage.isEmpty() || m_link->state() == QorInterface::Disconnected);
+}
+
+void Device::setAlert(bool on)
+{
+    if (m_alert == on)
+        return;
+    m_alert = on;
+    m_alertTime = QDateTime::currentDateTime();
+    emit m_list->alertChanged();
+}
+
+QJsonArray Device::messages() const
+{
+    QJsonArray result;
+    for (const QJsonObject& message : { m_connectionMessage, m_incompatibleMessage, m_versionMessage }) {
+        if (!message.isEmpty())
+            result.append(message);
+    }
+    for (const QJsonValue& warning : m_warnings) {
+        // Whatever class the unit gives, the list shows its warnings as errors.
+        QJsonObject message = warning.toObject();
+        message.insert(QLatin1String("class"), messageClassName(MessageClass::Error));
+        result.append(message);
+    }
+    return result;
+}
+
+void Device::showVersionHint()
+{
+    const QDate localDate = QDate::fromString(m_localVersionDate, dateFormat);
+    const QDate remoteDate = QDate::fromString(m_remoteVersionDate, dateFormat);
+    if (remoteDate.toJulianDay() <= localDate.toJulianDay())
+        return;
+    QWidget* parent = m_list->parentWidget();
+    QMessageBox::information(
+        parent, parent ? parent->windowTitle() : QString(),
+        tr("Für ihre QORweb II %1 liegt eine neue Version %2 vor.\nEs wird empfohlen, das Update im Systemmenü der "
+           "Web Oberfläche auszuführen.")
+            .arg(m_qorName, m_remoteVersionNo),
+        QMessageBox::Ok);
+}

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+#include "link/qorinterface.h"
+
+#include "devices/device.h"
+#include "link/hostlookup.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+
+#include <array>
+#include <cstring>
+
+namespace {
+constexpr int silenceIntervalMs = 5000;
+constexpr unsigned long stopGraceMs = 100;
+constexpr unsigned long pollIntervalMs = 1;
+constexpr size_t receiveBufferSize = 5000;
+constexpr int ioThreads = 1;
+constexpr int maxSockets = 1023;
+} // namespace
+
+QorInterface::QorInterface()
+    : m_context(ioThreads, maxSockets)
+    , m_socket(m_context, zmq::socket_type::sub)
+{
+}
+
+QorInterface::~QorInterface()
+{
+    try {
+        disconnectQor();
+    } catch (const zmq::error_t& error) {
+        qDebug() << "QorInterface::~QorInterface():" << error.what();
+    }
+}
+
+void QorInterface::setDevice(Device* device)
+{
+    m_device = device;
+    m_silenceTimer.setSingleShot(true);
+    m_silenceTimer.setInterval(silenceIntervalMs);
+    connect(&m_silenceTimer, &QTimer::timeout, this, [this] { processSilence(); });
+    connect(this, &QorInterface::receiveQorMessage, this, [this] { processMessageArrived(); });
+    updateConnection();
+}
+
+void QorInterface::updateConnection()
+{
+    if (!m_device->monitored())
+        disconnectQor();
+    else
+        connectQor(m_device->host(), m_device->zmqPort());
+}
+
+bool QorInterface::connectQor(const QString& host, int port)
+{
+    disconnectQor();
+    setHost(host);
+    resolveHost();
+    if (m_port != port) {
+        m_port = port;
+        emit portChanged();
+    }
+    if (m_ipAddress.isEmpty())
+        return false;
+
+    const QString endpoint
+        = m_protocol + QStringLiteral("://") + m_ipAddress + QLatin1Char(':') + QString::number(port);
+    if (!m_socket)
+        m_socket = zmq::socket_t(m_context, zmq::socket_type::sub);
+    m_socket.set(zmq::sockopt::subscribe, "");
+    m_socket.connect(endpoint.toStdString());
+    m_endpoint = endpoint;
+    beginSession();
+    // Cleared here and not by the thread, so that a stop requested before the loop has begun is not lost.
+    m_stopRequested = false;
+    start();
+    return true;
+}
+
+void QorInterface::disconnectQor()
+{
+    if (!m_session)
+        return;
+    qDebug() << "QorInterface::disconnectQor()";
+    m_silenceTimer.stop();
+    m_stopRequested = true;
+    msleep(stopGraceMs);
+    wait();
+
+    endSession();
+    const std::optional<zmq::error_t> error = leaveEndpoint();
+    // A silent unit is Disconnected already; the listeners are told all the same, so that they see that it
+    // is no longer listened to.
+    m_state = Disconnected;
+    emit connectStateChanged();
+    setHost(QString());
+    setIpAddress(QString());
+    if (error)
+        throw zmq::error_t(*error);
+}
+
+void QorInterface::beginSession()
+{
+    m_session = new QObject(this);
+    connect(this, &QorInterface::textReceived, m_session,
+            [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
+    connect(this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); },
+            Qt::QueuedConnection);
+}
+
+void QorInterface::endSession()
+{
+    // Texts still queued must not speak for an idle link, nor for its next address.
+    QCoreApplication::removePostedEvents(m_session);
+    // Not at once: the call may come from one of its own handlers.
+    m_session->deleteLater();
+    m_session = nullptr;
+}
+
+std::optional<zmq::error_t> QorInterface::leaveEndpoint()
+{
+    try {
+        m_socket.disconnect(m_endpoint.toStdString());
+        return std::nullopt;
+    } catch (const zmq::error_t& error) {
+        // It may still hear the unit, so the next connect takes a new one.
+        m_socket.close();
+        return error;
+    }
+}
+
+void QorInterface::setHost(const QString& strHost)
+{
+    if (m_host == strHost)
+        return;
+    qCritical() << "setHost" << m_ipAddress << strHost;
+    m_host = strHost;
+    emit hostChanged(m_host);
+}
+
+void QorInterface::setIpAddress(const QString& strIpAddress)
+{
+    if (m_ipAddress == strIpAddress)
+        return;
+    m_ipAddress = strIpAddress;
+    emit ipAddressChanged(m_ipAddress);
+}
+
+QString QorInterface::stateText() const
+{
+    switch (state()) {
+    case Disconnected:
+        return tr("Getrennt");
+    case Pending:
+        return tr("Warte auf Verbindung ...");
+    case Connected:
+        return tr("Verbunden");
+    }
+    return {};
+}
+
+void QorInterface::resolveHost()
+{
+    setIpAddress(QString());
+    setIpAddress(lookUpAddress(m_host));
+}
+
+void QorInterface::changeState(State state)
+{
+    if (m_state.exchange(state) != state)
+        emit connectStateChanged();
+}
+
+void QorInterface::run()
+{
+    qDebug() << "QorInterface::run(): start thread loop";
+    changeState(Pending);
+    try {
+        receiveUntilStopped();
+    } catch (...) {
+        qDebug() << "QorInterface::run(): caught unspecified exception";
+    }
+    qDebug() << "QorInterface::run(): thread closed!";
+    // Only a loop that has failed is still to be disconnected, and that is the GUI thread's business.
+    if (!m_stopRequested)
+        emit loopFailed(QPrivateSignal());
+}
+
+void QorInterface::receiveUntilStopped()
+{
+    std::array<char, receiveBufferSize> receiveBuffer {};
+    zmq::message_t message(receiveBufferSize);
+    while (!m_stopRequested) {
+        if (m_socket.recv(message, zmq::recv_flags::dontwait)) {
+            // A text that does not fit is dropped without a word, on purpose.
+            if (const size_t size = message.size(); size < receiveBuffer.size()) {
+                std::memcpy(receiveBuffer.data(), message.data(), size);
+                receiveBuffer.at(size) = '\0';
+                emit textReceived(QByteArray(receiveBuffer.data()), QPrivateSignal());
+            }
+        }
+        msleep(pollIntervalMs);
+    }
+    // A socket that is connected anew between two frames of one message ends the process.
+    while (message.more() && m_socket.recv(message, zmq::recv_flags::dontwait)) { }
+}
+
+void QorInterface::processLoopFailed()
+{
+    try {
+        disconnectQor();
+    } catch (const zmq::error_t& error) {
+        // An error of the loop ends the link, never the program.
+        qDebug() << "QorInterface::processLoopFailed():" << error.what();
+    }
+}
+
+void QorInterface::processMessageArrived()
+{
+    m_silenceTimer.start();
+    changeState(Connected);
+}
+
+void QorInterface::processSilence()
+{
+    changeState(Disconnected);
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "support/logcapture.h"
+
+#include <QMutexLocker>
+
+#include <algorithm>
+#include <atomic>
+
+namespace {
+std::atomic<LogCapture*> active { nullptr };
+} // namespace
+
+LogCapture::LogCapture()
+{
+    active = this;
+    m_previous = qInstallMessageHandler(&LogCapture::handle);
+}
+
+LogCapture::~LogCapture()
+{
+    qInstallMessageHandler(m_previous);
+    active = nullptr;
+}
+
+void LogCapture::handle(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    LogCapture* capture = active;
+    if (!capture)
+        return;
+    {
+        const QMutexLocker lock(&capture->m_mutex);
+        capture->m_lines.append({ type, text });
+    }
+    // The test framework reports a fatal message itself.
+    if (type == QtFatalMsg)
+        capture->m_previous(type, context, text);
+}
+
+QVector<LogCapture::Line> LogCapture::lines() const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_lines;
+}
+
+int LogCapture::count(QtMsgType type, const QString& begin) const
+{
+    const QVector<Line> all = lines();
+    return static_cast<int>(std::count_if(all.cbegin(), all.cend(), [&](const Line& line) {
+        return line.type == type && line.text.startsWith(begin);
+    }));
+}
+
+QString LogCapture::find(QtMsgType type, const QString& begin) const
+{
+    for (const Line& line : lines()) {
+        if (line.type == type && line.text.startsWith(begin))
+            return line.text;
+    }
+    return {};
+}
+
+void LogCapture::clear()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_lines.clear();
+}
