@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <utility>
 
 namespace {
 constexpr int answerTimeoutMs = 500;
@@ -16,9 +17,9 @@ constexpr int answerTimeoutMs = 500;
 constexpr int lockTimeoutMs = 4 * answerTimeoutMs;
 } // namespace
 
-SingleInstanceApp::SingleInstanceApp(const QString& name, QObject* parent)
+SingleInstanceApp::SingleInstanceApp(QString name, QObject* parent)
     : QObject(parent)
-    , m_name(name)
+    , m_name(std::move(name))
 {
 }
 

@@ -15,7 +15,7 @@ class SingleInstanceApp : public QObject {
     Q_OBJECT
 
 public:
-    explicit SingleInstanceApp(const QString& name, QObject* parent = nullptr);
+    explicit SingleInstanceApp(QString name, QObject* parent = nullptr);
 
     // Claims the name. False means that another instance answered and this one is to quit; true means go
     // on, also when the name is taken but nobody answers: a second monitor is better than none.

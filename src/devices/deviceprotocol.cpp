@@ -50,14 +50,15 @@ void Device::processQorMessage(const QByteArray& json)
     const QString cmd = stringValue(object, "cmd");
     if (cmd == QLatin1String("StatusReport")) {
         setIncompatible(false);
-        setWarnings(object.value(QLatin1String("value")).toObject().value(QLatin1String("warnings")).toArray());
+        setWarnings(
+            object.value(QLatin1String("value")).toObject().value(QLatin1String("warnings")).toArray());
     } else if (cmd == QLatin1String("VersionInfo")) {
-        updateVersionInfo(stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
-                          stringValue(object, "remoteQorVersionNo"),
-                          stringValue(object, "remoteQorVersionDate"));
+        updateVersionInfo(
+            stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
+            stringValue(object, "remoteQorVersionNo"), stringValue(object, "remoteQorVersionDate"));
     } else {
-        qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd << ", message"
-                              << json << ", object" << object;
+        qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd
+                              << ", message" << json << ", object" << object;
         setIncompatible(true);
     }
 }
@@ -108,9 +109,9 @@ void Device::setWarnings(const QJsonArray& newWarnings)
 {
     if (m_warnings == newWarnings)
         return;
-    const bool anyNew = std::any_of(newWarnings.begin(), newWarnings.end(), [this](const QJsonValue& warning) {
-        return isNewWarning(warning.toObject());
-    });
+    const bool anyNew
+        = std::any_of(newWarnings.begin(), newWarnings.end(),
+                      [this](const QJsonValue& warning) { return isNewWarning(warning.toObject()); });
     m_warnings = newWarnings;
     emit deviceStateChanged();
     if (anyNew)
@@ -140,7 +141,8 @@ void Device::updateVersionInfo(const QString& localNo, const QString& localDate,
     } else {
         qCritical() << "updateVersionInfo2" << localNo << remoteNo;
         m_versionMessage = monitorMessage(
-            m_qorName, QStringLiteral("Neue SW Version verfügbar V%1").arg(m_remoteVersionNo), MessageClass::Warning);
+            m_qorName, QStringLiteral("Neue SW Version verfügbar V%1").arg(m_remoteVersionNo),
+            MessageClass::Warning);
     }
     emit deviceStateChanged();
 }
@@ -183,10 +185,10 @@ void Device::showVersionHint()
     if (remoteDate.toJulianDay() <= localDate.toJulianDay())
         return;
     QWidget* parent = m_list->parentWidget();
-    QMessageBox::information(
-        parent, parent ? parent->windowTitle() : QString(),
-        tr("Für ihre QORweb II %1 liegt eine neue Version %2 vor.\nEs wird empfohlen, das Update im Systemmenü der "
-           "Web Oberfläche auszuführen.")
-            .arg(m_qorName, m_remoteVersionNo),
-        QMessageBox::Ok);
+    QMessageBox::information(parent, parent ? parent->windowTitle() : QString(),
+                             tr("Für ihre QORweb II %1 liegt eine neue Version %2 vor.\nEs wird empfohlen, "
+                                "das Update im Systemmenü der "
+                                "Web Oberfläche auszuführen.")
+                                 .arg(m_qorName, m_remoteVersionNo),
+                             QMessageBox::Ok);
 }

@@ -103,10 +103,11 @@ void QorInterface::disconnectQor()
 void QorInterface::beginSession()
 {
     m_session = new QObject(this);
-    connect(this, &QorInterface::textReceived, m_session,
-            [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
-    connect(this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); },
-            Qt::QueuedConnection);
+    connect(
+        this, &QorInterface::textReceived, m_session,
+        [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
+    connect(
+        this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
 
 void QorInterface::endSession()
