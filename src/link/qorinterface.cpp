@@ -103,10 +103,11 @@ void QorInterface::disconnectQor()
 void QorInterface::beginSession()
 {
     m_session = new QObject(this);
-    connect(this, &QorInterface::textReceived, m_session,
-            [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
-    connect(this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); },
-            Qt::QueuedConnection);
+    connect(
+        this, &QorInterface::textReceived, m_session,
+        [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
+    connect(
+        this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
 
 void QorInterface::endSession()
@@ -120,14 +121,17 @@ void QorInterface::endSession()
 
 std::optional<zmq::error_t> QorInterface::leaveEndpoint()
 {
+    std::optional<zmq::error_t> error;
     try {
         m_socket.disconnect(m_endpoint.toStdString());
-        return std::nullopt;
-    } catch (const zmq::error_t& error) {
-        // It may still hear the unit, so the next connect takes a new one.
-        m_socket.close();
-        return error;
+    } catch (const zmq::error_t& refused) {
+        error = refused;
     }
+    // The next connect takes a new socket. A connection is only taken down while its socket is in use, so
+    // the unit would go on publishing to a link that has been stopped; and a socket that is connected anew
+    // between two frames of one message ends the process.
+    m_socket.close();
+    return error;
 }
 
 void QorInterface::setHost(const QString& strHost)
@@ -202,8 +206,6 @@ void QorInterface::receiveUntilStopped()
         }
         msleep(pollIntervalMs);
     }
-    // A socket that is connected anew between two frames of one message ends the process.
-    while (message.more() && m_socket.recv(message, zmq::recv_flags::dontwait)) { }
 }
 
 void QorInterface::processLoopFailed()
