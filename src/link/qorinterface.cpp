@@ -112,6 +112,8 @@ void QorInterface::beginSession()
 
 void QorInterface::endSession()
 {
+    // Until it is deleted it would hear the texts of the next address, too.
+    disconnect(this, nullptr, m_session, nullptr);
     // Texts still queued must not speak for an idle link, nor for its next address.
     QCoreApplication::removePostedEvents(m_session);
     // Not at once: the call may come from one of its own handlers.

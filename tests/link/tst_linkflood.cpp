@@ -19,6 +19,7 @@ private slots:
     void disconnectDropsQueuedTexts();
     void reconnectHearsNothingOld_data();
     void reconnectHearsNothingOld();
+    void textsComeOnceAfterAReconnect();
     void ownHandlerMayDisconnect();
     void destructionInAFlood();
 };
@@ -88,6 +89,26 @@ void TestLinkFlood::reconnectHearsNothingOld()
         QCOMPARE(received.at(0).at(0).toByteArray(), QByteArray("second"));
         link.disconnectQor();
     }
+}
+
+void TestLinkFlood::textsComeOnceAfterAReconnect()
+{
+    const Publisher first;
+    Publisher second;
+    QorInterface link;
+    QSemaphore queued;
+    connect(
+        &link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
+    const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+    QVERIFY(link.connectQor(loopback(), first.port()));
+    // The text arrives before the event loop has had its turn since the disconnect.
+    QVERIFY(link.connectQor(loopback(), second.port()));
+    QVERIFY(second.waitForSubscriber());
+    second.send("text");
+    QVERIFY(queued.tryAcquire(1, 5000));
+    QTRY_VERIFY(received.count() > 0);
+    QCoreApplication::processEvents();
+    QCOMPARE(received.count(), 1);
 }
 
 void TestLinkFlood::ownHandlerMayDisconnect()
