@@ -87,6 +87,8 @@ void QorInterface::disconnectQor()
     m_stopRequested = true;
     msleep(stopGraceMs);
     wait();
+    // The toolkit's join cannot be seen by the thread sanitizer; run()'s last word on the flag can.
+    m_stopRequested.load();
 
     endSession();
     const std::optional<zmq::error_t> error = leaveEndpoint();
@@ -189,7 +191,7 @@ void QorInterface::run()
     }
     qDebug() << "QorInterface::run(): thread closed!";
     // Only a loop that has failed is still to be disconnected, and that is the GUI thread's business.
-    if (!m_stopRequested)
+    if (!m_stopRequested.exchange(true))
         emit loopFailed(QPrivateSignal());
 }
 
