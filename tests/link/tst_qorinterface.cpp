@@ -100,6 +100,7 @@ void TestQorInterface::announcesEachStepOfAConnect()
 {
     const Publisher publisher;
     QorInterface link;
+    link.setIpAddress(QStringLiteral("192.0.2.20"));
     const SignalJournal journal(link);
     QVERIFY(link.connectQor(QStringLiteral("localhost"), publisher.port()));
     QCOMPARE(link.host(), QStringLiteral("localhost"));
@@ -107,6 +108,7 @@ void TestQorInterface::announcesEachStepOfAConnect()
     QCOMPARE(link.port(), publisher.port());
     const QStringList expected {
         QStringLiteral("host localhost"),
+        QStringLiteral("address "),
         QStringLiteral("address ") + loopback(),
         QStringLiteral("port ") + QString::number(publisher.port()),
         QStringLiteral("state Warte auf Verbindung ..."),
