@@ -87,6 +87,8 @@ void QorInterface::disconnectQor()
     m_stopRequested = true;
     msleep(stopGraceMs);
     wait();
+    // The toolkit's join cannot be seen by the thread sanitizer; run()'s last word on the flag can.
+    m_stopRequested.load();
 
     endSession();
     const std::optional<zmq::error_t> error = leaveEndpoint();
@@ -112,6 +114,8 @@ void QorInterface::beginSession()
 
 void QorInterface::endSession()
 {
+    // Until it is deleted it would hear the texts of the next address, too.
+    disconnect(this, nullptr, m_session, nullptr);
     // Texts still queued must not speak for an idle link, nor for its next address.
     QCoreApplication::removePostedEvents(m_session);
     // Not at once: the call may come from one of its own handlers.
@@ -121,14 +125,17 @@ void QorInterface::endSession()
 
 std::optional<zmq::error_t> QorInterface::leaveEndpoint()
 {
+    std::optional<zmq::error_t> error;
     try {
         m_socket.disconnect(m_endpoint.toStdString());
-        return std::nullopt;
-    } catch (const zmq::error_t& error) {
-        // It may still hear the unit, so the next connect takes a new one.
-        m_socket.close();
-        return error;
+    } catch (const zmq::error_t& refused) {
+        error = refused;
     }
+    // The next connect takes a new socket. A connection is only taken down while its socket is in use, so
+    // the unit would go on publishing to a link that has been stopped; and a socket that is connected anew
+    // between two frames of one message ends the process.
+    m_socket.close();
+    return error;
 }
 
 void QorInterface::setHost(const QString& strHost)
@@ -184,7 +191,7 @@ void QorInterface::run()
     }
     qDebug() << "QorInterface::run(): thread closed!";
     // Only a loop that has failed is still to be disconnected, and that is the GUI thread's business.
-    if (!m_stopRequested)
+    if (!m_stopRequested.exchange(true))
         emit loopFailed(QPrivateSignal());
 }
 
@@ -203,8 +210,6 @@ void QorInterface::receiveUntilStopped()
         }
         msleep(pollIntervalMs);
     }
-    // A socket that is connected anew between two frames of one message ends the process.
-    while (message.more() && m_socket.recv(message, zmq::recv_flags::dontwait)) { }
 }
 
 void QorInterface::processLoopFailed()
