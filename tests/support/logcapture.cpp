@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/logcapture.h"
 
-#include <QMutexLocker>
-
 #include <algorithm>
 #include <atomic>
 
@@ -28,7 +26,7 @@ void LogCapture::handle(QtMsgType type, const QMessageLogContext& context, const
     if (!capture)
         return;
     {
-        const QMutexLocker lock(&capture->m_mutex);
+        const std::lock_guard lock(capture->m_mutex);
         capture->m_lines.append({ type, text });
     }
     // The test framework reports a fatal message itself.
@@ -38,7 +36,7 @@ void LogCapture::handle(QtMsgType type, const QMessageLogContext& context, const
 
 QVector<LogCapture::Line> LogCapture::lines() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_lines;
 }
 
@@ -61,6 +59,6 @@ QString LogCapture::find(QtMsgType type, const QString& begin) const
 
 void LogCapture::clear()
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_lines.clear();
 }
