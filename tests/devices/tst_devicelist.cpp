@@ -4,14 +4,12 @@
 #include "devices/device.h"
 #include "devices/signalrecorder.h"
 #include "devices/unittexts.h"
-#include "link/qorinterface.h"
 
 #include <QMetaMethod>
-#include <QPointer>
-#include <QSignalSpy>
 #include <QWidget>
 #include <QtTest>
 
+#include <exception>
 #include <typeinfo>
 
 namespace {
@@ -25,11 +23,6 @@ const auto alertChanged = QStringLiteral("list.alertChanged");
 Device* addUnit(DeviceList& list, const QString& unitHost, int zmqPort = 5566)
 {
     return list.addDevice(unitHost, zmqPort, 80, http);
-}
-
-void deleteDeferred()
-{
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 } // namespace
 
@@ -48,16 +41,8 @@ private slots:
     void unitTellsOfItselfBeforeItIsInTheList();
     void knownUnitIsNotAddedAgain_data();
     void knownUnitIsNotAddedAgain();
-    void removedUnitLivesUntilTheEventLoop();
-    void removeTakesOutOneOnly();
-    void unitOutsideTheListIsRemovedAllTheSame();
-    void removingNothingEmitsListChanged();
-    void removeAtTakesTheUnitAtTheIndex();
-    void removeAtOutOfRangeThrowsAndRemovesNothing();
     void monitoringIsPassedOn();
     void notifiesOfTheUnit();
-    void clearEmptiesBeforeItsSignals();
-    void clearDeletesFromLastToFirst();
     void forwardsWhatUnitsSignal();
 };
 
@@ -219,89 +204,6 @@ void TestDeviceList::knownUnitIsNotAddedAgain()
     QCOMPARE(list.findChildren<Device*>().size(), list.count());
 }
 
-void TestDeviceList::removedUnitLivesUntilTheEventLoop()
-{
-    DeviceList list(nullptr);
-    const QPointer<Device> device = addUnit(list, host);
-    SignalRecorder recorder;
-    recorder.watch(list);
-    list.removeDevice(device);
-    QCOMPARE(recorder.take(), QStringList { listChanged });
-    QCOMPARE(list.count(), 0);
-    QVERIFY(device);
-    QCOMPARE(device->host(), host);
-    deleteDeferred();
-    QVERIFY(!device);
-    QCOMPARE(recorder.take(), QStringList());
-}
-
-void TestDeviceList::removeTakesOutOneOnly()
-{
-    DeviceList list(nullptr);
-    Device* first = addUnit(list, host, 1);
-    Device* second = addUnit(list, host, 2);
-    Device* third = addUnit(list, host, 3);
-    int countAtSignal = -1;
-    const QObject scope;
-    connect(&list, &DeviceList::listChanged, &scope, [&] { countAtSignal = list.count(); });
-    list.removeDevice(second);
-    QCOMPARE(countAtSignal, 2);
-    QCOMPARE(list.at(0), first);
-    QCOMPARE(list.at(1), third);
-}
-
-void TestDeviceList::unitOutsideTheListIsRemovedAllTheSame()
-{
-    DeviceList list(nullptr);
-    addUnit(list, host);
-    const QPointer<Device> outside = new Device(&list);
-    SignalRecorder recorder;
-    recorder.watch(list);
-    list.removeDevice(outside);
-    QCOMPARE(recorder.take(), QStringList { listChanged });
-    QCOMPARE(list.count(), 1);
-    QVERIFY(outside);
-    deleteDeferred();
-    QVERIFY(!outside);
-}
-
-void TestDeviceList::removingNothingEmitsListChanged()
-{
-    DeviceList list(nullptr);
-    addUnit(list, host);
-    SignalRecorder recorder;
-    recorder.watch(list);
-    list.removeDevice(nullptr);
-    QCOMPARE(recorder.take(), QStringList { listChanged });
-    QCOMPARE(list.count(), 1);
-}
-
-void TestDeviceList::removeAtTakesTheUnitAtTheIndex()
-{
-    DeviceList list(nullptr);
-    const QPointer<Device> first = addUnit(list, host, 1);
-    const QPointer<Device> second = addUnit(list, host, 2);
-    QSignalSpy changedSpy(&list, &DeviceList::listChanged);
-    list.removeAt(1);
-    QCOMPARE(changedSpy.count(), 1);
-    QCOMPARE(list.count(), 1);
-    deleteDeferred();
-    QVERIFY(first);
-    QVERIFY(!second);
-}
-
-void TestDeviceList::removeAtOutOfRangeThrowsAndRemovesNothing()
-{
-    DeviceList list(nullptr);
-    addUnit(list, host);
-    SignalRecorder recorder;
-    recorder.watch(list);
-    QVERIFY_EXCEPTION_THROWN(list.removeAt(1), std::exception);
-    QVERIFY_EXCEPTION_THROWN(list.removeAt(-1), std::exception);
-    QCOMPARE(list.count(), 1);
-    QCOMPARE(recorder.take(), QStringList());
-}
-
 void TestDeviceList::monitoringIsPassedOn()
 {
     DeviceList list(nullptr);
@@ -332,36 +234,6 @@ void TestDeviceList::notifiesOfTheUnit()
     list.notifyDeviceChanged(second);
     QCOMPARE(notified, second);
     QCOMPARE(recorder.take(), QStringList { deviceChanged });
-}
-
-void TestDeviceList::clearEmptiesBeforeItsSignals()
-{
-    DeviceList list(nullptr);
-    const QPointer<Device> device = addUnit(list, host);
-    QStringList seen;
-    const auto look = [&](const QString& what) {
-        seen.append(QStringLiteral("%1 %2 %3").arg(what).arg(list.count()).arg(device ? 1 : 0));
-    };
-    const QObject scope;
-    connect(&list, &DeviceList::listChanged, &scope, [&] { look(QStringLiteral("changed")); });
-    connect(&list, &DeviceList::listCleared, &scope, [&] { look(QStringLiteral("cleared")); });
-    list.clear();
-    QCOMPARE(seen, QStringList({ QStringLiteral("changed 0 1"), QStringLiteral("cleared 0 1") }));
-    QVERIFY(device);
-    deleteDeferred();
-    QVERIFY(!device);
-}
-
-void TestDeviceList::clearDeletesFromLastToFirst()
-{
-    QStringList deleted;
-    DeviceList list(nullptr);
-    for (const QString& name : { QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c") })
-        connect(addUnit(list, name), &QObject::destroyed, this, [&deleted, name] { deleted.append(name); });
-    list.clear();
-    QCOMPARE(deleted, QStringList());
-    deleteDeferred();
-    QCOMPARE(deleted, QStringList({ QStringLiteral("c"), QStringLiteral("b"), QStringLiteral("a") }));
 }
 
 void TestDeviceList::forwardsWhatUnitsSignal()
