@@ -40,7 +40,9 @@ Device::~Device()
             qDebug() << "Device::~Device():" << error.what();
         }
     }
-    // The link must be joined while everything that it reports to is still there.
+    // The link must be joined while everything that it reports to is still there. One that is in use again,
+    // because a listener has just connected it, must not report its end to a unit that has no link any more.
+    disconnect(m_link.data(), nullptr, this, nullptr);
     m_link.reset();
 }
 
