@@ -7,7 +7,7 @@
 namespace {
 // How long the other side may go on talking after an early answer: a close while it still sends would reset
 // the connection and take the answer with it.
-constexpr int lingerMs = 1000;
+constexpr int lingerMs = 500;
 
 // Where the header ends, its blank line included; -1 when it has not ended yet.
 int headerEnd(const QByteArray& request)
