@@ -48,7 +48,7 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     createConnections();
     fillToolBar();
     restoreSettings();
-    m_deviceList->load();
+    loadDevices();
     setUpViews();
     setWindowTitle(tr("QorMonitor"));
 }
@@ -82,6 +82,17 @@ void MainWinQorMonitor::restoreSettings()
 {
     const QSettings settings;
     restoreGeometry(settings.value(geometryKey).toByteArray());
+}
+
+void MainWinQorMonitor::loadDevices()
+{
+    try {
+        m_deviceList->load();
+    } catch (...) {
+        // The destructor will not run, and the units announce their end through a whole main window only.
+        delete m_deviceList;
+        throw;
+    }
 }
 
 void MainWinQorMonitor::setUpViews()
