@@ -4,14 +4,13 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "mainwindow/devicerow.h"
+#include "mainwindow/messagecolour.h"
 #include "ui_mainwinqormonitor.h"
 
 #include <QDebug>
 #include <QDesktopServices>
 #include <QSettings>
 #include <QUrl>
-
-#include <optional>
 
 namespace {
 
@@ -25,17 +24,6 @@ enum Column {
 };
 constexpr int timeColumnWidth = 150;
 constexpr int nameColumnWidth = 200;
-
-std::optional<Qt::GlobalColor> classColour(const QString& messageClass)
-{
-    if (messageClass == QLatin1String("error"))
-        return Qt::red;
-    if (messageClass == QLatin1String("warning"))
-        return Qt::yellow;
-    if (messageClass == QLatin1String("confirmation"))
-        return Qt::green;
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -125,7 +113,7 @@ void MainWinQorMonitor::addMessageRows(Device* device)
         row->setText(TimeColumn, text("date") + QLatin1Char(' ') + text("time"));
         row->setText(NameColumn, device->qorName());
         row->setText(TextColumn, text("displaytext"));
-        if (const auto colour = classColour(text("class"))) {
+        if (const auto colour = messageColour(text("class"))) {
             for (int column = 0; column < ColumnCount; ++column)
                 row->setBackground(column, QBrush(*colour));
         }
