@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QWidget>
@@ -84,6 +85,7 @@ private slots:
     void nothingIsWrittenToTheRunningInstance();
     void takenAndSilentNameStartsUnguarded();
     void staleNameIsTakenOver();
+    void staleNameIsLeftToTheStartThatHoldsTheLock();
     void hiddenWindowIsShown();
     void minimisedWindowIsShownNormal();
     void visibleWindowIsActivatedAndRaised();
@@ -160,15 +162,25 @@ void TestSingleInstanceApp::takenAndSilentNameStartsUnguarded()
 
 void TestSingleInstanceApp::staleNameIsTakenOver()
 {
-    QFile left(namePath());
-    QVERIFY(left.open(QIODevice::WriteOnly));
-    left.close();
+    QVERIFY(QFile(namePath()).open(QIODevice::WriteOnly));
     const LogCapture log;
     SingleInstanceApp guard(name);
     QVERIFY(guard.init());
     QCOMPARE(guardLines(log), QStringList({ debugLevel(claimLine), debugLevel(serverLine) }));
     SingleInstanceApp second(name);
     QVERIFY(!second.init());
+}
+
+void TestSingleInstanceApp::staleNameIsLeftToTheStartThatHoldsTheLock()
+{
+    QVERIFY(QFile(namePath()).open(QIODevice::WriteOnly));
+    QLockFile otherStart(namePath() + QStringLiteral(".lock"));
+    QVERIFY(otherStart.tryLock());
+    const LogCapture log;
+    SingleInstanceApp guard(name);
+    QVERIFY(guard.init());
+    QCOMPARE(guardLines(log), QStringList({ debugLevel(claimLine), criticalLevel(unguardedLine) }));
+    QVERIFY(QFileInfo::exists(namePath()));
 }
 
 void TestSingleInstanceApp::hiddenWindowIsShown()
