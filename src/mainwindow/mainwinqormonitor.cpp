@@ -4,14 +4,13 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "mainwindow/devicerow.h"
+#include "mainwindow/messagecolour.h"
 #include "ui_mainwinqormonitor.h"
 
 #include <QDebug>
 #include <QDesktopServices>
 #include <QSettings>
 #include <QUrl>
-
-#include <optional>
 
 namespace {
 
@@ -26,17 +25,6 @@ enum Column {
 constexpr int timeColumnWidth = 150;
 constexpr int nameColumnWidth = 200;
 
-std::optional<Qt::GlobalColor> classColour(const QString& messageClass)
-{
-    if (messageClass == QLatin1String("error"))
-        return Qt::red;
-    if (messageClass == QLatin1String("warning"))
-        return Qt::yellow;
-    if (messageClass == QLatin1String("confirmation"))
-        return Qt::green;
-    return std::nullopt;
-}
-
 } // namespace
 
 MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
@@ -48,7 +36,7 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     createConnections();
     fillToolBar();
     restoreSettings();
-    m_deviceList->load();
+    loadDevices();
     setUpViews();
     setWindowTitle(tr("QorMonitor"));
 }
@@ -84,6 +72,17 @@ void MainWinQorMonitor::restoreSettings()
     restoreGeometry(settings.value(geometryKey).toByteArray());
 }
 
+void MainWinQorMonitor::loadDevices()
+{
+    try {
+        m_deviceList->load();
+    } catch (...) {
+        // The destructor will not run, and the units announce their end through a whole main window only.
+        delete m_deviceList;
+        throw;
+    }
+}
+
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
@@ -114,7 +113,7 @@ void MainWinQorMonitor::addMessageRows(Device* device)
         row->setText(TimeColumn, text("date") + QLatin1Char(' ') + text("time"));
         row->setText(NameColumn, device->qorName());
         row->setText(TextColumn, text("displaytext"));
-        if (const auto colour = classColour(text("class"))) {
+        if (const auto colour = messageColour(text("class"))) {
             for (int column = 0; column < ColumnCount; ++column)
                 row->setBackground(column, QBrush(*colour));
         }

@@ -20,7 +20,8 @@ class MainWinQorMonitor : public QMainWindow {
     Q_OBJECT
 
 public:
-    // Reads the settings and loads the saved units, which starts the links of the monitored ones.
+    // Reads the settings and loads the saved units, which starts the links of the monitored ones. Throws
+    // zmq::error_t when one of them refuses its endpoint.
     explicit MainWinQorMonitor(QWidget* parent = nullptr);
     ~MainWinQorMonitor() override;
     Q_DISABLE_COPY_MOVE(MainWinQorMonitor)
@@ -40,6 +41,7 @@ private:
     void createConnections();
     void fillToolBar();
     void restoreSettings();
+    void loadDevices();
     void setUpViews();
     void addMessageRows(Device* device);
     void forgetDevice(QObject* device);

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+// A plugin that the toolkit loads into the real program with "-plugin monitordriver". It lets a test work
+// the program's window without a desktop: orders come as lines on standard input, each is answered by one
+// line on standard output.
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QGenericPlugin>
+#include <QSocketNotifier>
+#include <QWidget>
+
+#include <cstdio>
+
+namespace {
+
+QWidget* mainWindow()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget* window : windows) {
+        if (window->objectName() == QLatin1String("MainWinQorMonitor"))
+            return window;
+    }
+    return nullptr;
+}
+
+QByteArray stateOf(const QWidget* window)
+{
+    if (!window->isVisible())
+        return "hidden";
+    return window->isMinimized() ? "minimised" : "shown";
+}
+
+} // namespace
+
+class MonitorDriver : public QObject {
+    Q_OBJECT
+
+public:
+    MonitorDriver()
+    {
+        m_orders.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered);
+        m_answers.open(stdout, QIODevice::WriteOnly);
+        connect(&m_notifier, &QSocketNotifier::activated, this, &MonitorDriver::processOrder);
+    }
+
+private:
+    void processOrder()
+    {
+        const QByteArray order = m_orders.readLine().trimmed();
+        if (order.isEmpty())
+            m_notifier.setEnabled(false);
+        else
+            answer(carryOut(order));
+    }
+
+    void answer(const QByteArray& text)
+    {
+        m_answers.write(text + '\n');
+        m_answers.flush();
+    }
+
+    QByteArray carryOut(const QByteArray& order)
+    {
+        QWidget* window = mainWindow();
+        if (!window)
+            return "no window";
+        if (order == "state")
+            return stateOf(window);
+        if (order == "cancel")
+            return QCoreApplication::translate("QPlatformTheme", "Cancel").toUtf8();
+        if (order == "minimise")
+            window->showMinimized();
+        else if (order == "close")
+            window->close();
+        else if (order == "exit")
+            window->findChild<QAction*>(QStringLiteral("actionExit"))->trigger();
+        else
+            return "unknown order";
+        return "done";
+    }
+
+    QFile m_orders;
+    QFile m_answers;
+    QSocketNotifier m_notifier { 0, QSocketNotifier::Read };
+};
+
+class MonitorDriverPlugin : public QGenericPlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "monitordriver.json")
+
+public:
+    // The application deletes what it is given.
+    QObject* create(const QString&, const QString&) override { return new MonitorDriver; }
+};
+
+#include "monitordriver.moc"

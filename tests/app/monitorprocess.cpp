@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#include "monitorprocess.h"
+
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTest>
+
+void MonitorHome::writeUnit(int index, int zmqPort) const
+{
+    QSettings store(storePath(), QSettings::IniFormat);
+    store.setValue(QStringLiteral("AutoCheckUpdates"), false);
+    store.beginGroup(QStringLiteral("Device%1").arg(index));
+    store.setValue(QStringLiteral("Host"), QStringLiteral("127.0.0.1"));
+    store.setValue(QStringLiteral("ZmqPort"), zmqPort);
+    store.setValue(QStringLiteral("WebPort"), 80);
+    store.setValue(QStringLiteral("WebScheme"), QStringLiteral("http"));
+    store.setValue(QStringLiteral("Monitored"), true);
+}
+
+MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& arguments)
+{
+    // No test asks the update server.
+    QSettings(home.storePath(), QSettings::IniFormat).setValue(QStringLiteral("AutoCheckUpdates"), false);
+
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("QT_PLUGIN_PATH"), QStringLiteral(MONITOR_DRIVER_PATH));
+    environment.insert(QStringLiteral("QT_FORCE_STDERR_LOGGING"), QStringLiteral("1"));
+    environment.remove(QStringLiteral("QT_LOGGING_RULES"));
+    environment.remove(QStringLiteral("QT_MESSAGE_PATTERN"));
+    for (const auto& variable : { "HOME", "TMPDIR", "XDG_RUNTIME_DIR" })
+        environment.insert(QLatin1String(variable), home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path(QStringLiteral("config")));
+    m_process.setProcessEnvironment(environment);
+    m_process.start(QStringLiteral(MONITOR_PROGRAM),
+                    QStringList { QStringLiteral("-plugin"), QStringLiteral("monitordriver") } + arguments);
+}
+
+MonitorProcess::~MonitorProcess()
+{
+    if (isRunning())
+        kill();
+}
+
+int MonitorProcess::waitForExitCode()
+{
+    constexpr int noExitCode = -1000;
+    if (isRunning() && !m_process.waitForFinished(timeoutMs))
+        return noExitCode;
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : noExitCode;
+}
+
+QString MonitorProcess::log()
+{
+    m_log += m_process.readAllStandardError();
+    return QString::fromUtf8(m_log);
+}
+
+bool MonitorProcess::waitForWindow()
+{
+    return QTest::qWaitFor([this] { return order("state") == "shown"; }, timeoutMs);
+}
+
+QByteArray MonitorProcess::order(const QByteArray& text)
+{
+    m_process.write(text + '\n');
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (isRunning() && !m_process.canReadLine() && elapsed.elapsed() < timeoutMs)
+        m_process.waitForReadyRead(100);
+    return m_process.readLine().trimmed();
+}
+
+bool MonitorProcess::kill()
+{
+    m_process.kill();
+    return m_process.waitForFinished(timeoutMs);
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryDir>
+
+// The folder that monitors see as their user's: settings, temporary files and with them the instance name.
+class MonitorHome {
+public:
+    QString path(const QString& name = {}) const { return m_directory.filePath(name); }
+    QString storePath() const { return path(QStringLiteral("config/Varko/QorMonitor.conf")); }
+    QString socketPath() const { return path(QStringLiteral("qor-monitor")); }
+    // Writes the group "Device<index>" of a monitored unit on the loopback address.
+    void writeUnit(int index, int zmqPort) const;
+
+private:
+    QTemporaryDir m_directory;
+};
+
+// The real program, without a screen, in a home of the test's own. Ends with this object at the latest.
+class MonitorProcess {
+public:
+    static constexpr int timeoutMs = 20000;
+
+    explicit MonitorProcess(const MonitorHome& home, const QStringList& arguments = {});
+    ~MonitorProcess();
+    Q_DISABLE_COPY_MOVE(MonitorProcess)
+
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    // Waits for the program's own end; -1000 when it has not come or was a crash.
+    int waitForExitCode();
+    // What the program has logged so far.
+    QString log();
+    bool logs(const QString& line) { return log().split(QLatin1Char('\n')).contains(line); }
+    // True once the event loop has answered while the window was shown.
+    bool waitForWindow();
+    // Gives one order of the driver plugin to the running program and returns its answer.
+    QByteArray order(const QByteArray& text);
+    // Ends the program as the system would: at once, with nothing tidied up.
+    bool kill();
+
+private:
+    QProcess m_process;
+    QByteArray m_log;
+};

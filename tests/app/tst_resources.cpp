@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+#include <QDialogButtonBox>
+#include <QDirIterator>
+#include <QFile>
+#include <QImage>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QResource>
+#include <QTranslator>
+#include <QtTest>
+
+namespace {
+const auto alarmSound = QStringLiteral(":/AlarmSound00.wav");
+const auto translation = QStringLiteral(":/qt_de.qm");
+
+QStringList images()
+{
+    return {
+        QStringLiteral(":/Size16x16/exit.png"),
+        QStringLiteral(":/Size16x16/help.png"),
+        QStringLiteral(":/Size16x16/text_list_bullets.png"),
+        QStringLiteral(":/Size16x16/tools2.png"),
+        QStringLiteral(":/Size32x32/exit.png"),
+        QStringLiteral(":/Size32x32/help.png"),
+        QStringLiteral(":/Size32x32/minimize.png"),
+        QStringLiteral(":/Size32x32/thumb-up-sign.png"),
+        QStringLiteral(":/Size32x32/tools2.png"),
+        QStringLiteral(":/VarkoLogo200.png"),
+        QStringLiteral(":/favicon.png"),
+    };
+}
+
+// The toolkit's libraries bring resources of their own.
+bool isToolkitResource(const QString& path)
+{
+    return path.startsWith(QLatin1String(":/qt-project.org/")) || path.startsWith(QLatin1String(":/qpdf/"))
+        || path.startsWith(QLatin1String(":/qgradient/"));
+}
+
+QString withoutMnemonic(QString text)
+{
+    return text.remove(QLatin1Char('&'));
+}
+
+QString messageBoxCancel()
+{
+    const QMessageBox box(QMessageBox::Question, QString(), QString(), QMessageBox::Cancel);
+    return withoutMnemonic(box.button(QMessageBox::Cancel)->text());
+}
+
+QString buttonBoxCancel()
+{
+    const QDialogButtonBox box(QDialogButtonBox::Cancel);
+    return withoutMnemonic(box.button(QDialogButtonBox::Cancel)->text());
+}
+
+QString multimediaText()
+{
+    return QCoreApplication::translate("QMediaPlayer",
+                                       "The QMediaPlayer object does not have a valid service");
+}
+} // namespace
+
+class TestResources : public QObject {
+    Q_OBJECT
+
+private slots:
+    void bundleHoldsTheTableAndNothingElse();
+    void imageIsReadableAndStoredAsItIs_data();
+    void imageIsReadableAndStoredAsItIs();
+    void soundAndTranslationAreCompressed_data();
+    void soundAndTranslationAreCompressed();
+    void soundIsWave();
+    void standardTextsAreGermanWithTheOneCatalogue();
+};
+
+void TestResources::bundleHoldsTheTableAndNothingElse()
+{
+    QStringList found;
+    QDirIterator files(QStringLiteral(":/"), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = files.next();
+        if (!isToolkitResource(file))
+            found << file;
+    }
+    found.sort();
+    QStringList expected = images() << alarmSound << translation;
+    expected.sort();
+    QVERIFY2(found == expected, qPrintable(found.join(QLatin1Char(' '))));
+}
+
+void TestResources::imageIsReadableAndStoredAsItIs_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QSize>("size");
+    const auto expectedSize = [](const QString& path) {
+        if (path.startsWith(QLatin1String(":/Size16x16/")))
+            return QSize(16, 16);
+        if (path.startsWith(QLatin1String(":/Size32x32/")))
+            return QSize(32, 32);
+        return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 70);
+    };
+    for (const QString& path : images())
+        QTest::newRow(qPrintable(path)) << path << expectedSize(path);
+}
+
+void TestResources::imageIsReadableAndStoredAsItIs()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QSize, size);
+    const QImage image(path, "PNG");
+    QVERIFY(!image.isNull());
+    QCOMPARE(image.size(), size);
+    QVERIFY(image.hasAlphaChannel());
+    QCOMPARE(QResource(path).compressionAlgorithm(), QResource::NoCompression);
+}
+
+void TestResources::soundAndTranslationAreCompressed_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("sound") << alarmSound;
+    QTest::newRow("translation") << translation;
+}
+
+void TestResources::soundAndTranslationAreCompressed()
+{
+    QFETCH(const QString, path);
+    const QResource resource(path);
+    QCOMPARE(resource.compressionAlgorithm(), QResource::ZlibCompression);
+    QVERIFY(resource.size() < resource.uncompressedSize());
+}
+
+void TestResources::soundIsWave()
+{
+    QFile sound(alarmSound);
+    QVERIFY(sound.open(QIODevice::ReadOnly));
+    const QByteArray bytes = sound.readAll();
+    QCOMPARE(bytes.left(4), QByteArray("RIFF"));
+    QCOMPARE(bytes.mid(8, 8), QByteArray("WAVEfmt "));
+    // PCM, the one coding that every sound backend plays.
+    QCOMPARE(bytes.mid(20, 2), QByteArray("\1\0", 2));
+}
+
+void TestResources::standardTextsAreGermanWithTheOneCatalogue()
+{
+    QCOMPARE(messageBoxCancel(), QStringLiteral("Cancel"));
+    QTranslator translator;
+    QVERIFY(translator.load(translation));
+    QCoreApplication::installTranslator(&translator);
+    QCOMPARE(messageBoxCancel(), QStringLiteral("Abbrechen"));
+    QCOMPARE(buttonBoxCancel(), QStringLiteral("Abbrechen"));
+    QCOMPARE(multimediaText(), QStringLiteral("Das QMediaPlayer-Objekt hat keinen gültigen Dienst"));
+    QCoreApplication::removeTranslator(&translator);
+    QCOMPARE(messageBoxCancel(), QStringLiteral("Cancel"));
+}
+
+QTEST_MAIN(TestResources)
+#include "tst_resources.moc"

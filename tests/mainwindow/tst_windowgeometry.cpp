@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+// When the window's place is stored, and what of it a new window takes.
+#include "unitwindow.h"
+
+#include "support/teststore.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QSettings>
+#include <QTimer>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+const auto geometryKey = QStringLiteral("geometry");
+constexpr int stillRunning = 7;
+const QSize defaultSize(1020, 509);
+const QRect place(60, 70, 640, 400);
+
+QAction* exitAction(const MainWinQorMonitor& window)
+{
+    return window.findChild<QAction*>(QStringLiteral("actionExit"));
+}
+
+// Runs the event loop, has the window exit in it, and returns the loop's code.
+int runUntil(MainWinQorMonitor& window, void (*leave)(MainWinQorMonitor&))
+{
+    QTimer::singleShot(0, &window, [&window, leave] { leave(window); });
+    QTimer::singleShot(500, &window, [] { QCoreApplication::exit(stillRunning); });
+    return QApplication::exec();
+}
+
+void triggerExit(MainWinQorMonitor& window)
+{
+    exitAction(window)->trigger();
+}
+
+void callExit(MainWinQorMonitor& window)
+{
+    window.exitApplication();
+}
+} // namespace
+
+class TestWindowGeometry : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { m_store.clear(); }
+    void firstWindowHasTheFormsSize_data();
+    void firstWindowHasTheFormsSize();
+    void exitStoresAndANewWindowRestores();
+    void disabledExitDoesNothing();
+    void nothingElseStores();
+    void otherEndKeepsWhatIsStored();
+
+private:
+    TestStore m_store;
+};
+
+void TestWindowGeometry::firstWindowHasTheFormsSize_data()
+{
+    QTest::addColumn<QVariant>("stored");
+    QTest::newRow("nothing stored") << QVariant();
+    QTest::newRow("empty") << QVariant(QByteArray());
+    QTest::newRow("not a geometry") << QVariant(QByteArray("geometry"));
+    QTest::newRow("not bytes") << QVariant(17);
+}
+
+void TestWindowGeometry::firstWindowHasTheFormsSize()
+{
+    QFETCH(const QVariant, stored);
+    if (stored.isValid())
+        QSettings().setValue(geometryKey, stored);
+    MainWinQorMonitor window;
+    QCOMPARE(window.size(), defaultSize);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.size(), defaultSize);
+}
+
+void TestWindowGeometry::exitStoresAndANewWindowRestores()
+{
+    MainWinQorMonitor window;
+    window.setGeometry(place);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(runUntil(window, triggerExit), 0);
+    QCOMPARE(QSettings().value(geometryKey).toByteArray(), window.saveGeometry());
+
+    MainWinQorMonitor next;
+    QCOMPARE(next.geometry(), place);
+    next.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&next));
+    QCOMPARE(next.geometry(), place);
+}
+
+void TestWindowGeometry::disabledExitDoesNothing()
+{
+    MainWinQorMonitor window;
+    exitAction(window)->setEnabled(false);
+    QCOMPARE(runUntil(window, callExit), stillRunning);
+    QVERIFY(!QSettings().contains(geometryKey));
+
+    exitAction(window)->setEnabled(true);
+    QCOMPARE(runUntil(window, callExit), 0);
+    QVERIFY(QSettings().contains(geometryKey));
+}
+
+void TestWindowGeometry::nothingElseStores()
+{
+    auto window = std::make_unique<MainWinQorMonitor>();
+    window->setGeometry(place);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    window->hide();
+    window->show();
+    window->close();
+    QVERIFY(!window->isVisible());
+    window.reset();
+    QVERIFY(!QSettings().contains(geometryKey));
+}
+
+void TestWindowGeometry::otherEndKeepsWhatIsStored()
+{
+    {
+        MainWinQorMonitor window;
+        window.setGeometry(place);
+        QCOMPARE(runUntil(window, triggerExit), 0);
+    }
+    const QByteArray stored = QSettings().value(geometryKey).toByteArray();
+    auto window = std::make_unique<MainWinQorMonitor>();
+    window->show();
+    window->setGeometry(place.translated(20, 20));
+    window->close();
+    window.reset();
+    QCOMPARE(QSettings().value(geometryKey).toByteArray(), stored);
+}
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    // As in the program: closing the window ends nothing.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    TestWindowGeometry test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_windowgeometry.moc"
