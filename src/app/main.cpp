@@ -48,6 +48,9 @@ int runMonitor(int& argc, char** argv)
     QCoreApplication::setOrganizationDomain(Contact::Maker::domain);
     QCoreApplication::setApplicationName(QStringLiteral("QorMonitor"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    // The toolkit would close the windows at the end of the desktop session, and a window that hides instead
+    // would then hold up the logout.
+    QGuiApplication::setFallbackSessionManagementEnabled(false);
 
     MainWinQorMonitor mainWindow;
     guard.setMainWindow(&mainWindow);

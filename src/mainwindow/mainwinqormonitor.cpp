@@ -3,18 +3,21 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "dialogs/dlgdevicemanager.h"
 #include "mainwindow/devicerow.h"
 #include "mainwindow/messagecolour.h"
+#include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
 
 #include <QDebug>
 #include <QDesktopServices>
 #include <QSettings>
+#include <QShortcut>
 #include <QUrl>
 
 namespace {
 
-const auto geometryKey = QStringLiteral("geometry");
+constexpr int alertTimerIntervalMs = 1000;
 
 enum Column {
     TimeColumn,
@@ -31,18 +34,25 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     : QMainWindow(parent)
     , m_ui(std::make_unique<Ui::MainWinQorMonitor>())
     , m_deviceList(new DeviceList(this))
+    , m_deviceManager(new DlgDeviceManager(this))
 {
     m_ui->setupUi(this);
+    createTrayIcon();
     createConnections();
+    m_alarmSound.setLoops(QSound::Infinite);
+    m_alarmSound.stop();
     fillToolBar();
     restoreSettings();
     loadDevices();
     setUpViews();
-    setWindowTitle(tr("QorMonitor"));
+    updateActions();
+    updateTitle();
 }
 
 MainWinQorMonitor::~MainWinQorMonitor()
 {
+    delete m_deviceManager;
+    m_deviceManager = nullptr;
     // While this object still is a main window: the units announce their end through it.
     delete m_deviceList;
 }
@@ -51,9 +61,31 @@ void MainWinQorMonitor::createConnections()
 {
     connect(m_deviceList, &DeviceList::deviceStatesChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::updateDevice);
-    connect(m_ui->actionExit, &QAction::triggered, this, &MainWinQorMonitor::exitApplication);
+    connect(m_deviceList, &DeviceList::alertChanged, this, &MainWinQorMonitor::processAlertChanged);
+    connect(m_deviceList, &DeviceList::deviceChanged, m_deviceManager, &DlgDeviceManager::updateDevice);
+    connect(m_deviceList, &DeviceList::listChanged, m_deviceManager, &DlgDeviceManager::rebuildList);
+    connectActions();
     connect(m_ui->treeWidget, &QTreeWidget::itemDoubleClicked, this,
             &MainWinQorMonitor::processTreeWidgetItemDoubleClicked);
+    for (const auto key : { Qt::Key_Return, Qt::Key_Enter }) {
+        auto* shortcut = new QShortcut(key, m_ui->treeWidget, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, &MainWinQorMonitor::openSelectedRow);
+    }
+    // Runs without effect: nothing is connected to it in this version.
+    m_alertTimer.setInterval(alertTimerIntervalMs);
+    m_alertTimer.start();
+}
+
+void MainWinQorMonitor::connectActions()
+{
+    connect(m_ui->actionAbout, &QAction::triggered, this, &MainWinQorMonitor::showAbout);
+    connect(m_ui->actionAcknowledgeWarnings, &QAction::triggered, this,
+            &MainWinQorMonitor::acknowledgeWarnings);
+    connect(m_ui->actionExit, &QAction::triggered, this, &MainWinQorMonitor::exitApplication);
+    connect(m_ui->actionDeviceManager, &QAction::triggered, this, &MainWinQorMonitor::showDeviceManager);
+    connect(m_ui->actionMinimizeWindow, &QAction::triggered, this, &MainWinQorMonitor::minimizeWindow);
+    connect(m_ui->actionUpdates, &QAction::triggered, this, &MainWinQorMonitor::showUpdates);
+    connect(m_ui->actionUseAudio, &QAction::triggered, this, &MainWinQorMonitor::toggleUseAudio);
 }
 
 void MainWinQorMonitor::fillToolBar()
@@ -69,7 +101,8 @@ void MainWinQorMonitor::fillToolBar()
 void MainWinQorMonitor::restoreSettings()
 {
     const QSettings settings;
-    restoreGeometry(settings.value(geometryKey).toByteArray());
+    restoreGeometry(settings.value(SettingsKeys::geometry).toByteArray());
+    m_useAudio = settings.value(SettingsKeys::useAudio, true).toBool();
 }
 
 void MainWinQorMonitor::loadDevices()
@@ -154,12 +187,34 @@ void MainWinQorMonitor::processTreeWidgetItemDoubleClicked(QTreeWidgetItem* item
     QDesktopServices::openUrl(QUrl(address, QUrl::TolerantMode));
 }
 
+void MainWinQorMonitor::openSelectedRow()
+{
+    // Only what the user has really selected: a key typed as the window comes to the front opens nothing.
+    const QList<QTreeWidgetItem*> selected = m_ui->treeWidget->selectedItems();
+    if (!selected.isEmpty())
+        processTreeWidgetItemDoubleClicked(selected.first(), TimeColumn);
+}
+
 void MainWinQorMonitor::exitApplication()
 {
     if (!m_ui->actionExit->isEnabled())
         return;
     // Here and nowhere else: a run that ends any other way keeps the geometry stored before.
     QSettings settings;
-    settings.setValue(geometryKey, saveGeometry());
+    settings.setValue(SettingsKeys::geometry, saveGeometry());
     QCoreApplication::quit();
+}
+
+void MainWinQorMonitor::showAbout()
+{
+}
+
+void MainWinQorMonitor::showDeviceManager()
+{
+    if (m_ui->actionDeviceManager->isEnabled())
+        m_deviceManager->show();
+}
+
+void MainWinQorMonitor::showUpdates()
+{
 }

@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QAction>
+#include <QDateTime>
 #include <QMainWindow>
+#include <QSound>
+#include <QSystemTrayIcon>
+#include <QTimer>
 
 #include <memory>
 
 class Device;
 class DeviceList;
+class DlgDeviceManager;
 class QTreeWidgetItem;
 
 namespace Ui {
@@ -14,8 +20,9 @@ class MainWinQorMonitor;
 }
 
 // The program's window and the owner of everything that the user works with. Its centre is the list of the
-// monitor messages of all monitored units. Created by main without a parent, lives on the GUI thread; the
-// "Beenden" action is the way out.
+// monitor messages of all monitored units; an alert rings until it is acknowledged and brings the window to
+// the front. Created by main without a parent, lives on the GUI thread. Closing hides it into the system
+// tray; the "Beenden" action is the only way out.
 class MainWinQorMonitor : public QMainWindow {
     Q_OBJECT
 
@@ -37,15 +44,55 @@ public:
     // Saves the window geometry and ends the program.
     void exitApplication();
 
+    // Rings, if sound is on, and shows the window while any unit needs attention; falls silent otherwise.
+    void processAlertChanged();
+    // Silences the alarm until the next alert.
+    void acknowledgeWarnings();
+    // Hides the window into the system tray.
+    void minimizeWindow();
+    // Switches the alarm sound on or off and remembers it.
+    void toggleUseAudio();
+    // Shows, activates and raises the window; unless forced not while a dialog of it is in use.
+    void showWindow(bool force);
+    void processTrayActivated(QSystemTrayIcon::ActivationReason reason);
+    void updateActions();
+    void updateTitle();
+    // Toggles the highlight of the group box.
+    void toggleAlertHighlight();
+
+    void showAbout();
+    void showDeviceManager();
+    void showUpdates();
+
+protected:
+    // Hides the window instead of closing it.
+    void closeEvent(QCloseEvent* event) override;
+    // Acknowledges.
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+
 private:
+    void createTrayIcon();
     void createConnections();
+    void connectActions();
     void fillToolBar();
     void restoreSettings();
     void loadDevices();
     void setUpViews();
     void addMessageRows(Device* device);
+    void openSelectedRow();
     void forgetDevice(QObject* device);
 
     std::unique_ptr<Ui::MainWinQorMonitor> m_ui;
     DeviceList* m_deviceList;
+    DlgDeviceManager* m_deviceManager;
+    QTimer m_alertTimer;
+    bool m_blinkPhase = false;
+    bool m_highlightEnabled = false;
+    bool m_acknowledged = false;
+    QDateTime m_acknowledgeTime = QDateTime::currentDateTime();
+    QSound m_alarmSound { QStringLiteral(":/AlarmSound00.wav") };
+    QSystemTrayIcon* m_trayIcon = nullptr;
+    QMenu* m_trayMenu = nullptr;
+    std::unique_ptr<QAction> m_openAction;
+    bool m_useAudio = true;
 };

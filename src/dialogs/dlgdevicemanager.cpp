@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/dlgdevicemanager.h"
+
+#include "devices/device.h"
+#include "devices/devicelist.h"
+#include "mainwindow/devicerow.h"
+#include "mainwindow/mainwinqormonitor.h"
+#include "ui_dlgdevicemanager.h"
+
+#include <QDebug>
+#include <QMessageBox>
+
+namespace {
+
+enum Column {
+    HostColumn,
+    IpAddressColumn,
+    ZmqPortColumn,
+    WebPortColumn,
+    WebSchemeColumn,
+    NameColumn,
+    StatusColumn,
+};
+constexpr int hostColumnWidth = 150;
+constexpr int ipAddressColumnWidth = 100;
+constexpr int zmqPortColumnWidth = 100;
+
+// A row whose ports sort as the numbers that they are.
+class DeviceItem : public QTreeWidgetItem {
+public:
+    explicit DeviceItem(const QStringList& texts)
+        : QTreeWidgetItem(texts, 0)
+    {
+    }
+
+    bool operator<(const QTreeWidgetItem& other) const override
+    {
+        const int column = treeWidget()->sortColumn();
+        if (column == ZmqPortColumn || column == WebPortColumn)
+            return text(column).toInt() < other.text(column).toInt();
+        return QTreeWidgetItem::operator<(other);
+    }
+};
+
+Device* currentDevice(const QTreeWidget* tree)
+{
+    const QTreeWidgetItem* row = tree->currentItem();
+    return row ? boundDevice(row) : nullptr;
+}
+
+} // namespace
+
+DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::DlgDeviceManager>())
+    , m_mainWindow(parent)
+{
+    m_ui->setupUi(this);
+    // List order until the user clicks a header.
+    m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
+    // What a click is for the mouse, Return on a row is for the keyboard.
+    connect(m_ui->treeWidget, &QTreeWidget::itemActivated, this,
+            &DlgDeviceManager::on_treeWidget_itemClicked);
+    updateDevice(nullptr);
+    m_ui->treeWidget->setColumnWidth(HostColumn, hostColumnWidth);
+    m_ui->treeWidget->setColumnWidth(IpAddressColumn, ipAddressColumnWidth);
+    m_ui->treeWidget->setColumnWidth(ZmqPortColumn, zmqPortColumnWidth);
+    updateActions();
+}
+
+DlgDeviceManager::~DlgDeviceManager() = default;
+
+void DlgDeviceManager::updateActions()
+{
+    const bool selected = !m_selectedDevice.isNull();
+    m_ui->pushButtonAddHost->setEnabled(true);
+    m_ui->pushButtonChangeHost->setEnabled(selected);
+    m_ui->pushButtonRemove->setEnabled(selected);
+    m_ui->pushButtonMonitor->setEnabled(selected);
+    m_ui->pushButtonStopMonitor->setEnabled(selected);
+}
+
+void DlgDeviceManager::updateList()
+{
+    updateDevice(nullptr);
+}
+
+void DlgDeviceManager::rebuildList()
+{
+    qCritical() << "DlgDeviceManager::rebuildList()";
+    m_ui->treeWidget->clear();
+    const DeviceList* list = m_mainWindow->deviceList();
+    for (int i = 0; i < list->count(); ++i) {
+        Device* device = list->at(i);
+        // A row must not outlive its unit with the pointer in it.
+        connect(device, &QObject::destroyed, this, &DlgDeviceManager::forgetDevice, Qt::UniqueConnection);
+        auto* row = new DeviceItem({ device->host(), device->ipAddress(), QString::number(device->zmqPort()),
+                                     QString::number(device->webPort()), device->webScheme(),
+                                     device->qorName(), device->stateText() });
+        bindDevice(row, device);
+        m_ui->treeWidget->addTopLevelItem(row);
+    }
+    updateActions();
+}
+
+void DlgDeviceManager::updateDevice(Device* pDevice)
+{
+    qCritical() << "DlgDeviceManager::updateDevice()";
+    if (!pDevice)
+        return;
+    // Collected first: writing to a sorted column moves the row.
+    QVector<QTreeWidgetItem*> rows;
+    for (int i = 0; i < m_ui->treeWidget->topLevelItemCount(); ++i) {
+        QTreeWidgetItem* row = m_ui->treeWidget->topLevelItem(i);
+        if (boundDevice(row) == pDevice)
+            rows.append(row);
+    }
+    for (QTreeWidgetItem* row : qAsConst(rows)) {
+        row->setData(NameColumn, Qt::DisplayRole, pDevice->qorName());
+        row->setData(StatusColumn, Qt::DisplayRole, pDevice->stateText());
+    }
+}
+
+void DlgDeviceManager::on_pushButtonClose_clicked()
+{
+    close();
+}
+
+void DlgDeviceManager::on_pushButtonRemove_clicked()
+{
+    const QTreeWidgetItem* row = m_ui->treeWidget->currentItem();
+    if (!row)
+        return;
+    Device* device = boundDevice(row);
+    if (!device) {
+        qCritical() << "DlgDeviceManager::on_pushButtonRemove_clicked() illegal null pointer";
+        return;
+    }
+    // No question is asked, and the fields and buttons stay as they are. That is wanted.
+    device->setMonitored(false);
+    m_mainWindow->deviceList()->removeDevice(device);
+    m_mainWindow->deviceList()->save();
+}
+
+void DlgDeviceManager::on_pushButtonAddHost_clicked()
+{
+    const Entry added = entry();
+    if (added.host.isEmpty())
+        return;
+    DeviceList* list = m_mainWindow->deviceList();
+    if (!list->addDevice(added.host, added.zmqPort, added.webPort, added.webScheme)) {
+        showDuplicateWarning();
+        return;
+    }
+    list->save();
+    resetEntry();
+}
+
+void DlgDeviceManager::on_pushButtonChangeHost_clicked()
+{
+    // A removed unit lives on until control returns to the event loop, but is nothing to change any more.
+    const QPointer<Device> device = m_selectedDevice;
+    if (!device || !isListed(device))
+        return;
+    const Entry changed = entry();
+    if (changed.host.isEmpty())
+        return;
+    DeviceList* list = m_mainWindow->deviceList();
+    const int found = list->indexOf(changed.host, changed.zmqPort);
+    if (found != -1 && list->at(found) != device) {
+        showDuplicateWarning();
+        return;
+    }
+    device->setHost(changed.host);
+    device->setZmqPort(changed.zmqPort);
+    device->setWebPort(changed.webPort);
+    device->setWebScheme(changed.webScheme);
+    list->save();
+    resetEntry();
+}
+
+void DlgDeviceManager::on_pushButtonMonitor_clicked()
+{
+    setCurrentMonitored(true);
+}
+
+void DlgDeviceManager::on_pushButtonStopMonitor_clicked()
+{
+    setCurrentMonitored(false);
+}
+
+void DlgDeviceManager::setCurrentMonitored(bool on)
+{
+    if (!m_ui->treeWidget->currentItem())
+        return;
+    DeviceList* list = m_mainWindow->deviceList();
+    list->setMonitored(currentDevice(m_ui->treeWidget), on);
+    list->save();
+    updateActions();
+}
+
+void DlgDeviceManager::on_pushButtonRefresh_clicked()
+{
+    // The address cells follow only with the next rebuild; the units' links are left alone.
+    const DeviceList* list = m_mainWindow->deviceList();
+    for (int i = 0; i < list->count(); ++i)
+        list->at(i)->updateIpAddress();
+}
+
+void DlgDeviceManager::on_lineEditNewHost_returnPressed()
+{
+    // Empty on purpose: Return in the field is not to add or change anything.
+}
+
+void DlgDeviceManager::on_treeWidget_itemDoubleClicked(QTreeWidgetItem* item, int column)
+{
+    Q_UNUSED(column)
+    Device* device = item ? boundDevice(item) : nullptr;
+    if (!device)
+        return;
+    device->setMonitored(!device->monitored());
+    m_mainWindow->deviceList()->save();
+    updateActions();
+}
+
+void DlgDeviceManager::on_treeWidget_itemClicked(QTreeWidgetItem* item, int column)
+{
+    Q_UNUSED(column)
+    Device* device = item ? boundDevice(item) : nullptr;
+    if (!device)
+        return;
+    m_selectedDevice = device;
+    m_ui->lineEditNewHost->setText(device->host());
+    m_ui->lineEditPort->setText(QString::number(device->zmqPort()));
+    m_ui->lineEditWebPort->setText(QString::number(device->webPort()));
+    m_ui->lineEditWebScheme->setText(device->webScheme());
+    m_ui->pushButtonChangeHost->setEnabled(true);
+    updateActions();
+}
+
+DlgDeviceManager::Entry DlgDeviceManager::entry() const
+{
+    const auto text = [](const QLineEdit* field) { return field->text().trimmed(); };
+    return { text(m_ui->lineEditNewHost), text(m_ui->lineEditPort).toInt(),
+             text(m_ui->lineEditWebPort).toInt(), text(m_ui->lineEditWebScheme) };
+}
+
+void DlgDeviceManager::resetEntry()
+{
+    m_selectedDevice = nullptr;
+    m_ui->lineEditNewHost->clear();
+    m_ui->lineEditPort->setText(QStringLiteral("5566"));
+    m_ui->lineEditWebPort->setText(QStringLiteral("80"));
+    m_ui->lineEditWebScheme->setText(QStringLiteral("http"));
+    m_ui->pushButtonChangeHost->setEnabled(false);
+    updateActions();
+}
+
+void DlgDeviceManager::showDuplicateWarning()
+{
+    QMessageBox::warning(this, windowTitle(), tr("Dieser Host/Port existiert bereits in der Liste!"),
+                         QMessageBox::Ok);
+}
+
+bool DlgDeviceManager::isListed(const Device* device) const
+{
+    const DeviceList* list = m_mainWindow->deviceList();
+    for (int i = 0; i < list->count(); ++i) {
+        if (list->at(i) == device)
+            return true;
+    }
+    return false;
+}
+
+void DlgDeviceManager::forgetDevice(QObject* device)
+{
+    unbindDevice(m_ui->treeWidget, device);
+}
