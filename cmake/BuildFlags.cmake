@@ -4,7 +4,7 @@ add_library(qormonitor_build_flags INTERFACE)
 target_compile_features(qormonitor_build_flags INTERFACE cxx_std_17)
 target_compile_options(qormonitor_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
-  -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wcast-align -Wformat=2
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2
   -Werror)
 target_compile_definitions(qormonitor_build_flags INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_CAST_FROM_BYTEARRAY
@@ -16,8 +16,4 @@ if(QORMONITOR_SANITIZERS)
   target_compile_options(qormonitor_build_flags INTERFACE
     -fsanitize=${QORMONITOR_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qormonitor_build_flags INTERFACE -fsanitize=${QORMONITOR_SANITIZERS})
-endif()
-# The toolkit's headers do not survive this warning once the sanitizers' checks are inlined.
-if(QORMONITOR_SANITIZERS)
-  target_compile_options(qormonitor_build_flags INTERFACE -Wno-null-dereference)
 endif()
