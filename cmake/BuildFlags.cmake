@@ -17,7 +17,3 @@ if(QORMONITOR_SANITIZERS)
     -fsanitize=${QORMONITOR_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qormonitor_build_flags INTERFACE -fsanitize=${QORMONITOR_SANITIZERS})
 endif()
-# The toolkit's headers do not survive this warning once the sanitizers' checks are inlined.
-if(QORMONITOR_SANITIZERS)
-  target_compile_options(qormonitor_build_flags INTERFACE -Wno-null-dereference)
-endif()

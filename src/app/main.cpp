@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDebug>
+#include <QIcon>
 #include <QTranslator>
 
 namespace {
@@ -52,6 +53,8 @@ int runMonitor(int& argc, char** argv)
     // would then hold up the logout.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
 
+    // For the windows without a parent; the main window's form has its own.
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/favicon.png")));
     MainWinQorMonitor mainWindow;
     guard.setMainWindow(&mainWindow);
     mainWindow.show();

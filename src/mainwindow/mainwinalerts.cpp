@@ -4,6 +4,7 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
@@ -62,7 +63,8 @@ void MainWinQorMonitor::toggleUseAudio()
 void MainWinQorMonitor::showWindow(bool force)
 {
     // An alert must not pull the window over a dialog that the user is working in.
-    if (!force && m_deviceManager && m_deviceManager->isActiveWindow())
+    const auto inUse = [](const QWidget* dialog) { return dialog && dialog->isActiveWindow(); };
+    if (!force && (inUse(m_updateDialog.get()) || inUse(m_deviceManager)))
         return;
     showNormal();
     activateWindow();

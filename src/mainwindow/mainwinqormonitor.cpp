@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "mainwindow/mainwinqormonitor.h"
 
+#include "app/version.h"
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "dialogs/dlgabout.h"
+#include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
 #include "mainwindow/devicerow.h"
 #include "mainwindow/messagecolour.h"
@@ -11,6 +14,7 @@
 
 #include <QDebug>
 #include <QDesktopServices>
+#include <QPointer>
 #include <QSettings>
 #include <QShortcut>
 #include <QUrl>
@@ -18,6 +22,7 @@
 namespace {
 
 constexpr int alertTimerIntervalMs = 1000;
+constexpr int updateCheckDelayMs = 2000;
 
 enum Column {
     TimeColumn,
@@ -35,8 +40,10 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     , m_ui(std::make_unique<Ui::MainWinQorMonitor>())
     , m_deviceList(new DeviceList(this))
     , m_deviceManager(new DlgDeviceManager(this))
+    , m_updateDialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), nullptr))
 {
     m_ui->setupUi(this);
+    m_updateDialog->addServerUrl(updateBaseUrl());
     createTrayIcon();
     createConnections();
     m_alarmSound.setLoops(QSound::Infinite);
@@ -53,6 +60,7 @@ MainWinQorMonitor::~MainWinQorMonitor()
 {
     delete m_deviceManager;
     m_deviceManager = nullptr;
+    m_updateDialog.reset();
     // While this object still is a main window: the units announce their end through it.
     delete m_deviceList;
 }
@@ -74,6 +82,12 @@ void MainWinQorMonitor::createConnections()
     // Runs without effect: nothing is connected to it in this version.
     m_alertTimer.setInterval(alertTimerIntervalMs);
     m_alertTimer.start();
+    // The automatic check runs once, whether the window is shown or not.
+    const QPointer<DlgCheckForUpdates> updateDialog(m_updateDialog.get());
+    QTimer::singleShot(updateCheckDelayMs, Qt::CoarseTimer, [updateDialog] {
+        if (updateDialog)
+            updateDialog->checkForUpdates(false);
+    });
 }
 
 void MainWinQorMonitor::connectActions()
@@ -207,6 +221,10 @@ void MainWinQorMonitor::exitApplication()
 
 void MainWinQorMonitor::showAbout()
 {
+    if (!m_ui->actionAbout->isEnabled())
+        return;
+    DlgAbout about(this);
+    about.exec();
 }
 
 void MainWinQorMonitor::showDeviceManager()
@@ -217,4 +235,5 @@ void MainWinQorMonitor::showDeviceManager()
 
 void MainWinQorMonitor::showUpdates()
 {
+    m_updateDialog->exec();
 }

@@ -12,6 +12,7 @@
 
 class Device;
 class DeviceList;
+class DlgCheckForUpdates;
 class DlgDeviceManager;
 class QTreeWidgetItem;
 
@@ -95,4 +96,5 @@ private:
     QMenu* m_trayMenu = nullptr;
     std::unique_ptr<QAction> m_openAction;
     bool m_useAudio = true;
+    std::unique_ptr<DlgCheckForUpdates> m_updateDialog;
 };

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "dialogs/updateinfo.h"
+
+#include <QDialog>
+#include <QStringList>
+
+#include <memory>
+
+class DlgDownloadMonitor;
+class FileDownloader;
+
+namespace Ui {
+class DlgCheckForUpdates;
+}
+
+// Looks for a newer version of the program on the update server, offers it, loads the installer into the
+// download folder, starts it and ends the program. Created once by the main window and reused; it stays
+// hidden during the automatic check. Its message boxes run nested event loops, in which the dialog may be
+// closed and even deleted.
+class DlgCheckForUpdates : public QDialog {
+    Q_OBJECT
+
+public:
+    // appName is the title of most message boxes and the beginning of the description's file name; parent
+    // is the parent of these boxes.
+    DlgCheckForUpdates(const QString& appName, QWidget* parent);
+    ~DlgCheckForUpdates() override;
+    Q_DISABLE_COPY_MOVE(DlgCheckForUpdates)
+
+    // A base URL that ends in "/"; only the first one is used.
+    void addServerUrl(const QString& url);
+    // Loads and evaluates the update description, unless a transfer is running. A check that is not
+    // interactive does nothing when it is switched off, and says little.
+    void checkForUpdates(bool interactive);
+    // Loads the installer of this name and shows the progress.
+    void downloadUpdateFile(const QString& fileName);
+
+private slots:
+    void on_pushButtonClose_clicked();
+    void on_pushButtonCheckNow_clicked();
+    void on_checkBoxAutoCheck_clicked();
+    void processDownloadSuccess();
+    void processDownloadFailed();
+    void updateActions();
+
+private:
+    void evaluateDescription();
+    void offerVersion(const QString& versionNo);
+    void installDownloadedFile();
+    QString saveDownloadedFile(const QString& path);
+    void showSaveError(const QString& reason);
+
+    std::unique_ptr<Ui::DlgCheckForUpdates> m_ui;
+    QString m_appName;
+    QStringList m_serverUrls;
+    FileDownloader* m_downloader;
+    bool m_interactive = false;
+    QWidget* m_messageParent;
+    DlgDownloadMonitor* m_downloadMonitor;
+    // Whether the present transfer is the installer's, not the description's.
+    bool m_fileDownload = false;
+    QString m_downloadDir;
+    QString m_fileName;
+    // While the question is open, no other check may come between it and its answer.
+    bool m_asking = false;
+};

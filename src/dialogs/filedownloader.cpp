@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/filedownloader.h"
+
+#include <QDebug>
+
+FileDownloader::FileDownloader(QObject* parent)
+    : QObject(parent)
+{
+    qRegisterMetaType<QList<QSslError>>("QList<QSslError>");
+    connect(&m_manager, &QNetworkAccessManager::finished, this, &FileDownloader::processFileDownloaded);
+    connect(&m_manager, &QNetworkAccessManager::sslErrors, this, &FileDownloader::processSslErrors);
+}
+
+bool FileDownloader::download(const QUrl& url)
+{
+    m_url = url;
+    m_data.clear();
+    m_reply = m_manager.get(QNetworkRequest(url));
+    setBusy(true);
+    return true;
+}
+
+void FileDownloader::setBusy(bool busy)
+{
+    if (m_busy == busy)
+        return;
+    m_busy = busy;
+    emit busyChanged();
+}
+
+void FileDownloader::cancel()
+{
+    if (m_reply) {
+        // Forgotten first: the abort reports at once, and a transfer that is started inside of the report
+        // is not to be forgotten in its place.
+        QNetworkReply* aborted = m_reply;
+        m_reply = nullptr;
+        aborted->abort();
+    }
+    if (!m_reply)
+        setBusy(false);
+}
+
+void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
+{
+    m_reply = nullptr;
+    m_data = pReply->readAll();
+    // The receiver may open a message box, and then much can happen before it returns.
+    ++m_reports;
+    if (pReply->error() != QNetworkReply::NoError)
+        emit downloadFailed();
+    else
+        emit downloadSuccess();
+    --m_reports;
+    pReply->deleteLater();
+    // Cleared even when the receiver has started the next transfer: the order is wanted as it is.
+    setBusy(false);
+}
+
+void FileDownloader::processEncrypted(QNetworkReply* reply)
+{
+    Q_UNUSED(reply)
+    qDebug() << "processEncrypted()";
+}
+
+void FileDownloader::processSslErrors(QNetworkReply* reply, const QList<QSslError>& errors)
+{
+    qDebug() << "processSslErrors " << errors;
+    // The update server's certificate is not checked, by policy.
+    if (reply)
+        reply->ignoreSslErrors();
+}
