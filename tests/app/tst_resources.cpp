@@ -98,7 +98,7 @@ void TestResources::imageIsReadableAndStoredAsItIs_data()
             return QSize(16, 16);
         if (path.startsWith(QLatin1String(":/Size32x32/")))
             return QSize(32, 32);
-        return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 70);
+        return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 76);
     };
     for (const QString& path : images())
         QTest::newRow(qPrintable(path)) << path << expectedSize(path);

@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QBoxLayout>
+#include <QDialog>
 #include <QGroupBox>
 #include <QMenu>
 #include <QMenuBar>
@@ -16,13 +17,27 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
 
+// The objects of this name in the window's own form; the dialogs that it owns have forms of their own.
+template <typename T> QList<T*> formObjects(const MainWinQorMonitor& window, const char* name)
+{
+    QList<T*> found = window.findChildren<T*>(QLatin1String(name));
+    const auto inDialog = [](const QObject* object) {
+        while (object && !qobject_cast<const QDialog*>(object))
+            object = object->parent();
+        return object != nullptr;
+    };
+    found.erase(std::remove_if(found.begin(), found.end(), inDialog), found.end());
+    return found;
+}
+
 template <typename T> T* child(const MainWinQorMonitor& window, const char* name)
 {
-    return window.findChild<T*>(QLatin1String(name));
+    return formObjects<T>(window, name).value(0);
 }
 
 // The object names of the actions in their order, "-" for a separator.
@@ -114,7 +129,7 @@ void TestMainWindowForm::objectIsInItsPlace()
 {
     QFETCH(const QByteArray, className);
     QFETCH(const QString, parent);
-    const QList<QObject*> found = m_window->findChildren<QObject*>(QLatin1String(QTest::currentDataTag()));
+    const QList<QObject*> found = formObjects<QObject>(*m_window, QTest::currentDataTag());
     QCOMPARE(found.size(), 1);
     QCOMPARE(QByteArray(found.first()->metaObject()->className()), className);
     QCOMPARE(found.first()->parent()->objectName(), parent);

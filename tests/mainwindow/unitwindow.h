@@ -12,9 +12,10 @@ class Device;
 
 // Helpers for tests that look at the main window as its user does.
 
+// Looked for in the central widget: the device manager's list has the same name.
 inline QTreeWidget* messageList(const MainWinQorMonitor& window)
 {
-    return window.findChild<QTreeWidget*>(QStringLiteral("treeWidget"));
+    return window.centralWidget()->findChild<QTreeWidget*>(QStringLiteral("treeWidget"));
 }
 
 // The texts of one column, top to bottom.
