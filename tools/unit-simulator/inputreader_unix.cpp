@@ -21,7 +21,7 @@ public:
 private:
     void read()
     {
-        std::array<char, 65536> buffer;
+        std::array<char, 65536> buffer {};
         // One read for each notice: it takes what is there, and a second one might block.
         const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
         if (size > 0) {

@@ -101,7 +101,7 @@ VersionData readVersion(const QJsonValue& value, const QString& place)
 
 QJsonArray readWarnings(const QJsonValue& value, const QString& place)
 {
-    const QJsonArray warnings = arrayAt(value, place);
+    QJsonArray warnings = arrayAt(value, place);
     for (int i = 0; i < warnings.size(); ++i) {
         if (const auto error = checkWarning(objectAt(warnings.at(i), element(place, i))))
             fail(element(place, i), *error);
@@ -186,7 +186,7 @@ QString placeOf(const QByteArray& json, int offset)
 
 std::variant<ScenarioError, Scenario> parseScenario(const QByteArray& json)
 {
-    QJsonParseError error;
+    QJsonParseError error {};
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError)
         return ScenarioError { placeOf(json, error.offset) + QStringLiteral(": ") + error.errorString() };

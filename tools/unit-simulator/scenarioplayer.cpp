@@ -2,9 +2,10 @@
 #include "scenarioplayer.h"
 
 #include <algorithm>
+#include <utility>
 
-ScenarioPlayer::ScenarioPlayer(const Scenario& scenario)
-    : m_scenario(scenario)
+ScenarioPlayer::ScenarioPlayer(Scenario scenario)
+    : m_scenario(std::move(scenario))
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);

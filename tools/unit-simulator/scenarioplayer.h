@@ -12,7 +12,7 @@ class ScenarioPlayer : public QObject {
     Q_OBJECT
 
 public:
-    explicit ScenarioPlayer(const Scenario& scenario);
+    explicit ScenarioPlayer(Scenario scenario);
 
     void start();
 

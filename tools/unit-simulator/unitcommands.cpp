@@ -52,7 +52,7 @@ ParsedCommand parseWarn(UnitRunner& unit, const QString& rest)
         return CommandError {};
     QJsonObject warning { { QStringLiteral("displaytext"), rest } };
     if (rest.startsWith(QLatin1Char('{'))) {
-        QJsonParseError error;
+        QJsonParseError error {};
         warning = QJsonDocument::fromJson(rest.toUtf8(), &error).object();
         if (error.error != QJsonParseError::NoError)
             return CommandError {

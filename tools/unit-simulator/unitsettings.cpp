@@ -70,13 +70,13 @@ std::optional<QString> UnitSettings::set(const QString& field, const QString& te
     if (field == QLatin1String("interval"))
         return parseInterval(text, intervalMs);
     if (field == QLatin1String("key")) {
-        const std::optional<QString> error = checkKey(text);
+        std::optional<QString> error = checkKey(text);
         if (!error)
             key = text;
         return error;
     }
     if (field == QLatin1String("name")) {
-        const std::optional<QString> error = checkUnitName(text);
+        std::optional<QString> error = checkUnitName(text);
         if (!error)
             name = text;
         return error;

@@ -26,7 +26,7 @@ UnitWebConnection::UnitWebConnection(QTcpSocket* socket, PageSource page, int ti
     , m_page(std::move(page))
 {
     m_socket->setParent(this);
-    m_socket->setReadBufferSize(2 * requestLimit);
+    m_socket->setReadBufferSize(2 * qint64 { requestLimit });
     connect(m_socket, &QTcpSocket::readyRead, this, &UnitWebConnection::readRequest);
     connect(m_socket, &QTcpSocket::disconnected, this, &UnitWebConnection::deleteLater);
     connect(&m_deadline, &QTimer::timeout, this, &UnitWebConnection::processTimeout);
