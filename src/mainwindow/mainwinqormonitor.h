@@ -35,6 +35,8 @@ public:
     Q_DISABLE_COPY_MOVE(MainWinQorMonitor)
 
     DeviceList* deviceList() const { return m_deviceList; }
+    // Rings for as long as it is not finished.
+    const QSound& alarmSound() const { return m_alarmSound; }
 
     // Fills the message list anew from every monitored unit, in list order.
     void rebuildMessageList();

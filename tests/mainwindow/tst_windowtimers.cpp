@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// The two timers that the main window starts.
+#include "alarmwindow.h"
+
+#include "support/logcapture.h"
+#include "support/teststore.h"
+
+#include <QApplication>
+#include <QGroupBox>
+#include <QNetworkProxy>
+#include <QSettings>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+// Remembers the repeating timers of a second that have fired.
+class TimerWatch : public QObject {
+public:
+    TimerWatch() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        auto* timer = event->type() == QEvent::Timer ? qobject_cast<QTimer*>(watched) : nullptr;
+        if (timer && timer->interval() == 1000 && !timer->isSingleShot())
+            m_fired << timer;
+        return QObject::eventFilter(watched, event);
+    }
+    QList<QTimer*> m_fired;
+};
+
+// A web proxy that counts what is asked of it and grants nothing, so that no test leaves this machine.
+class RefusingProxy {
+public:
+    RefusingProxy()
+    {
+        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { take(); });
+        if (m_server.listen(QHostAddress::LocalHost))
+            QNetworkProxy::setApplicationProxy(
+                { QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_server.serverPort() });
+    }
+    ~RefusingProxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
+    Q_DISABLE_COPY_MOVE(RefusingProxy)
+    QList<QByteArray> m_requests;
+
+private:
+    void take()
+    {
+        QTcpSocket* socket = m_server.nextPendingConnection();
+        QObject::connect(socket, &QTcpSocket::readyRead, &m_server, [this, socket] {
+            m_requests << socket->readLine().trimmed();
+            socket->write("HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n");
+            socket->disconnectFromHost();
+        });
+    }
+    QTcpServer m_server;
+};
+
+class TestWindowTimers : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { m_store.clear(); }
+    void secondTimerDrivesNothing();
+    void updateIsCheckedOnce();
+    void switchedOffCheckAsksNobody();
+    void windowMayEndBeforeTheCheck();
+
+private:
+    TestStore m_store;
+};
+
+void TestWindowTimers::secondTimerDrivesNothing()
+{
+    QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
+    const TimerWatch watch;
+    const MainWinQorMonitor window;
+    addIdleUnit(window, 1);
+    raiseAlert(window);
+    acknowledge(window);
+    QTRY_VERIFY(watch.m_fired.size() >= 2);
+    QTimer* timer = watch.m_fired.first();
+    QCOMPARE(watch.m_fired.count(timer), watch.m_fired.size());
+    QVERIFY(timer->isActive());
+    QVERIFY(!timer->parent());
+    QCOMPARE(window.centralWidget()->findChild<QGroupBox*>(QStringLiteral("groupBox"))->styleSheet(),
+             QString());
+    QVERIFY(!rings(window));
+
+    const LogCapture log;
+    timer->dumpObjectInfo();
+    QVERIFY(log.contains(QtDebugMsg, QStringLiteral("  SIGNALS OUT")));
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("        signal:")), 0);
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("          -->")), 0);
+}
+
+void TestWindowTimers::updateIsCheckedOnce()
+{
+    const RefusingProxy proxy;
+    QElapsedTimer elapsed;
+    const MainWinQorMonitor window;
+    elapsed.start();
+    QTRY_COMPARE(proxy.m_requests.size(), 1);
+    // A coarse timer of two seconds.
+    QVERIFY2(elapsed.elapsed() >= 1850, qPrintable(QString::number(elapsed.elapsed())));
+    QVERIFY(proxy.m_requests.first().contains("update.varko.example"));
+    QTest::qWait(2500);
+    QCOMPARE(proxy.m_requests.size(), 1);
+}
+
+void TestWindowTimers::switchedOffCheckAsksNobody()
+{
+    QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
+    const RefusingProxy proxy;
+    const MainWinQorMonitor window;
+    QTest::qWait(2500);
+    QVERIFY(proxy.m_requests.isEmpty());
+}
+
+void TestWindowTimers::windowMayEndBeforeTheCheck()
+{
+    const RefusingProxy proxy;
+    {
+        const MainWinQorMonitor window;
+    }
+    QTest::qWait(2500);
+    QVERIFY(proxy.m_requests.isEmpty());
+}
+
+QTEST_MAIN(TestWindowTimers)
+#include "tst_windowtimers.moc"
