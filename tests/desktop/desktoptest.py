@@ -40,6 +40,7 @@ class DesktopTest(unittest.TestCase):
 
     def setUp(self):
         self.session.park_pointer()
+        self.session.forget_opened()
         self.addCleanup(self.desktop.uncover)
 
     def make_unit(self, name="QOR-1"):
@@ -73,6 +74,8 @@ class DesktopTest(unittest.TestCase):
         """Its entries' places by name, after a real right click on the icon."""
         from widgets import click_spots
         self.popups.shown.clear()
+        # Too soon after the last click it would be a double click.
+        self.session.await_idle()
         self.session.click(*self.tray_icon(), 3)
         self.tray_menu = self.popups.wait()
         return click_spots(self.tray_menu)

@@ -49,7 +49,6 @@ class Session:
     """One for each test program: the accessibility library binds the process to one bus."""
 
     def __init__(self):
-        isolate_network()
         self.directory = tempfile.mkdtemp(prefix="qormonitor-desktop-")
         self.processes = ProcessGroup()
         self.tray = None
@@ -89,7 +88,9 @@ class Session:
         return os.path.join(self.directory, name)
 
     def _start(self):
+        # The display first: its number is free only where all other displays of the machine are seen.
         self._start_display()
+        isolate_network()
         bus = f"unix:path={self.path('bus')}"
         self.env["DBUS_SESSION_BUS_ADDRESS"] = bus
         self.run("dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog", f"--address={bus}")
@@ -136,6 +137,10 @@ class Session:
                 return lines.read().splitlines()
         except FileNotFoundError:
             return []
+
+    def forget_opened(self):
+        if os.path.exists(self.path("opened")):
+            os.remove(self.path("opened"))
 
     def xdotool(self, *words):
         """Real input; returns the moment just before it."""

@@ -66,14 +66,21 @@ class Desktop:
             return ""
         return self._title(self._display.create_resource_object("window", number[0]))
 
+    def _window(self, title):
+        return next((window for window in reversed(self._managed()) if self._title(window) == title), None)
+
     def geometry(self, title):
-        """x, y, width, height of the window's inside on the screen."""
-        for window in reversed(self._managed()):
-            if self._title(window) == title:
-                inside = window.get_geometry()
-                corner = self._root.translate_coords(window, 0, 0)
-                return (corner.x, corner.y, inside.width, inside.height)
-        return None
+        """x, y, width, height of the window's inside on the screen, or None."""
+        window = self._window(title)
+        if not window:
+            return None
+        inside = window.get_geometry()
+        corner = self._root.translate_coords(window, 0, 0)
+        return (corner.x, corner.y, inside.width, inside.height)
+
+    def window_id(self, title):
+        window = self._window(title)
+        return window.id if window else None
 
     def tray_icon(self):
         """Screen coordinates of the middle of the icon that the tray has embedded, or None."""
