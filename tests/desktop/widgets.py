@@ -148,15 +148,21 @@ def cell_middle(tree, row, column):
     return middle(Atspi.Table.get_accessible_at(tree, row, column))
 
 
-def focused(application_widget):
-    """The widget with the keyboard focus, or None."""
-    for window in children(application_widget):
-        if not has_state(window, "active"):
-            continue
-        for widget in [window, *descendants(window)]:
-            if has_state(widget, "focused"):
-                return widget
-    return None
+def focused(window):
+    """The widget of an active window with the keyboard focus, or None."""
+    if not has_state(window, "active"):
+        return None
+    widgets = list(descendants(window))
+    direct = next((widget for widget in widgets if has_state(widget, "focused")), None)
+    # A list tells of its current cell only, and does so without the focus too: it comes last.
+    return direct or next((widget for widget in widgets if role(widget) == "tree" and _has_current(widget)),
+                          None)
+
+
+def _has_current(tree):
+    return any(has_state(Atspi.Table.get_accessible_at(tree, row, column), "focused")
+               for row in range(Atspi.Table.get_n_rows(tree))
+               for column in range(Atspi.Table.get_n_columns(tree)))
 
 
 def click_spots(menu):
@@ -175,3 +181,8 @@ def click_spots(menu):
 def entry_names(menu):
     """The menu's texts from top to bottom, "-" for a separator."""
     return ["-" if role(entry) == "separator" else name(entry) for entry in children(menu)]
+
+
+def extents_key(widget):
+    """For sorting widgets from left to right."""
+    return extents(widget)[0]
