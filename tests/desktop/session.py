@@ -48,7 +48,8 @@ def isolate_network():
 class Session:
     """One for each test program: the accessibility library binds the process to one bus."""
 
-    def __init__(self):
+    def __init__(self, screen=_SCREEN):
+        self._screen = screen
         self.directory = tempfile.mkdtemp(prefix="qormonitor-desktop-")
         self.processes = ProcessGroup()
         self.tray = None
@@ -109,7 +110,7 @@ class Session:
 
     def _start_display(self):
         read_end, write_end = os.pipe()
-        self.run("Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{_SCREEN[0]}x{_SCREEN[1]}x24",
+        self.run("Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{self._screen[0]}x{self._screen[1]}x24",
                  "-dpi", "96", "-nolisten", "tcp", "-noreset", pass_fds=(write_end,))
         os.close(write_end)
         with os.fdopen(read_end, encoding="ascii") as pipe:
@@ -163,7 +164,7 @@ class Session:
         return self.xdotool("type", "--delay", 25, text)
 
     def park_pointer(self):
-        self.xdotool("mousemove", _SCREEN[0] - 2, _SCREEN[1] - 2)
+        self.xdotool("mousemove", self._screen[0] - 2, self._screen[1] - 2)
 
     def await_idle(self):
         wait_until(lambda: time.monotonic() - self._last_input > _IDLE_SECONDS, 2, "no more input")

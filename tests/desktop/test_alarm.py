@@ -1,8 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The alarm as the user hears it."""
 
-import unittest
-
 import desktoptest
 from processes import stays, wait_until
 

@@ -186,3 +186,8 @@ def entry_names(menu):
 def extents_key(widget):
     """For sorting widgets from left to right."""
     return extents(widget)[0]
+
+
+def progress(bar):
+    """What a progress bar shows: its value and its end."""
+    return (round(Atspi.Value.get_current_value(bar)), round(Atspi.Value.get_maximum_value(bar)))
