@@ -14,10 +14,10 @@ MAIN_TITLE = "QorMonitor"
 MANAGER_TITLE = "QorMonitor - Geräteverwaltung"
 
 
-def device_settings(units, monitored=True):
+def device_settings(units):
     """One group for each unit, as the device manager writes them."""
     return {f"Device{index}": {"Host": "127.0.0.1", "ZmqPort": unit.port, "WebPort": 80, "WebScheme": "http",
-                               "Monitored": str(monitored).lower()}
+                               "Monitored": "true"}
             for index, unit in enumerate(units)}
 
 

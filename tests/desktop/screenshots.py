@@ -12,6 +12,7 @@ from monitor import MAIN_TITLE, MANAGER_TITLE, Monitor, device_settings
 from processes import wait_until
 from session import Session
 from unit import Unit, warning
+from updateserver import UpdateServer
 
 SCREEN = (1400, 900)
 LONG_NAME = "QOR Wasserwerk Nord, Pumpenhaus 3, Schaltschrank 12"
@@ -37,11 +38,11 @@ class Gallery:
         self.stack.callback(unit.close)
         return unit
 
-    def start(self, units, general=None, **env):
+    def start(self, units, env):
         groups = device_settings(units)
         groups[f"Device{len(units)}"] = {"Host": "127.0.0.1", "ZmqPort": 9, "WebPort": 65535,
                                          "WebScheme": "https", "Monitored": "true"}
-        self.monitor.write_settings({"UseAudio": "false", **(general or {})}, groups)
+        self.monitor.write_settings({"UseAudio": "false"}, groups)
         self.monitor.start(QT_SCALE_FACTOR=str(self.scale), **env)
         self.monitor.wait_connected(len(units))
 
@@ -59,9 +60,7 @@ class Gallery:
 
     def take_main_window(self):
         self.picture("main", MAIN_TITLE)
-        for name, key in (("menu-settings", "Down"), ("menu-help", "Right")):
-            if key == "Down":
-                self.session.keys("F10")
+        for name, key in (("menu-settings", "F10"), ("menu-help", "Right")):
             self.session.keys(key)
             self.picture(name)
         self.session.keys("Escape", "Escape")
@@ -72,19 +71,44 @@ class Gallery:
         self.session.keys("F10", *keys, "Return")
 
     def take_manager(self):
-        self.open_by_menu("Down", "Down")
+        self.open_by_menu("Down")
         self.picture("manager", MANAGER_TITLE)
         self.session.keys("Home", "Return")
         self.picture("manager-selected", MANAGER_TITLE)
+        # From the list back to "Hinzufügen", with the unit still in the fields.
+        self.session.keys("shift+Tab", "shift+Tab", "space")
+        wait_until(lambda: self.desktop.stacking().count(MANAGER_TITLE) == 2, 5, "the duplicate is refused")
+        self.picture("duplicate", MANAGER_TITLE)
+        self.session.keys("Return")
+        wait_until(lambda: self.desktop.stacking().count(MANAGER_TITLE) == 1, 5, "the box is closed")
         self.session.keys("Escape")
 
     def take_dialogs(self):
-        self.open_by_menu("Right", "Down")
+        self.open_by_menu("Right")
         self.picture("about", "Über QorMonitor ...")
         self.session.keys("Escape")
-        self.open_by_menu("Right", "Down", "Down")
+        self.open_by_menu("Right", "Down")
         self.picture("update", "Anwendung aktualisieren")
+
+    def take_update(self):
+        """From the update dialog on, with a server that has something new."""
+        self.session.keys("Tab")
+        self.session.keys("alt+u")
+        wait_until(lambda: self.desktop.stacking().count(MAIN_TITLE) == 2, 10, "an update is offered")
+        self.picture("offer", MAIN_TITLE)
+        self.server.flow.clear()
+        self.session.keys("alt+j")
+        self.server.wait_request(LONG_INSTALLER)
+        wait_until(lambda: self.desktop.is_shown("Download Monitor"), 5, "the progress is shown")
+        self.picture("download", "Download Monitor")
         self.session.keys("Escape")
+
+    def start_server(self):
+        self.server = UpdateServer(self.session)
+        self.stack.callback(self.server.close)
+        self.server.publish("QorMonitorUpdate.info", DESCRIPTION.encode())
+        self.server.publish(LONG_INSTALLER, bytes(1 << 20))
+        return self.server.environment
 
 
 def take(program, folder, scale):
@@ -95,11 +119,12 @@ def take(program, folder, scale):
         other = gallery.unit("QOR-2")
         unit.report(warning(LONG_TEXT), warning("Füllstand niedrig"))
         other.send_unknown_command()
-        gallery.start([unit, other])
+        gallery.start([unit, other], gallery.start_server())
         gallery.monitor.log.wait("QOR Wasserwerk")
         gallery.take_main_window()
         gallery.take_manager()
         gallery.take_dialogs()
+        gallery.take_update()
 
 
 def main():

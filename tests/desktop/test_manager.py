@@ -14,13 +14,16 @@ STATUS, UNMONITORED = 6, "Nicht überwacht"
 
 
 class ManagerTest(desktoptest.DesktopTest):
-    def open_with(self, *units, monitored=True):
+    def open_with(self, *units, by_keys=False):
         self.monitor = self.make_monitor()
-        self.monitor.write_settings({"UseAudio": "false"}, device_settings(units, monitored))
+        self.monitor.write_settings({"UseAudio": "false"}, device_settings(units))
         self.monitor.start()
-        if monitored:
-            self.monitor.wait_connected(len(units))
-        self.dialog = self.monitor.open_manager()
+        self.monitor.wait_connected(len(units))
+        if by_keys:
+            self.session.keys("F10", "Down", "Return")
+            self.dialog = self.monitor.window(MANAGER_TITLE)
+        else:
+            self.dialog = self.monitor.open_manager()
         wait_until(lambda: self.desktop.active() == MANAGER_TITLE, 5, "the manager is active")
 
     def tree(self):
@@ -198,7 +201,7 @@ class ManagerTest(desktoptest.DesktopTest):
 
     def test_whole_work_without_a_mouse(self):
         unit = self.make_unit()
-        self.open_with()
+        self.open_with(by_keys=True)
         self.tab_to("field 0")
         self.session.type("127.0.0.1")
         self.session.keys("Tab")
