@@ -49,32 +49,37 @@ class FrontTest(desktoptest.DesktopTest):
 
     def test_alert_leaves_the_device_manager_in_use_alone(self):
         self.monitor.open_manager()
-        self.hide_window_behind(MANAGER_TITLE)
-        self.raise_alert()
-        stays(lambda: self.desktop.active() == MANAGER_TITLE and not self.desktop.is_shown(MAIN_TITLE), 1.0,
-              "the manager stays in use")
+        self.check_left_alone(MANAGER_TITLE)
         self.session.click(*self.tray_icon())
         wait_until(lambda: self.desktop.is_shown(MAIN_TITLE), 5, "a tray click shows the window")
 
-    def hide_window_behind(self, title):
-        """Hides the main window while the dialog stays in use."""
-        self.click_tray_menu("Fenster minimieren")
-        wait_until(lambda: not self.desktop.is_shown(MAIN_TITLE), 5, "the window is hidden")
-        wait_until(lambda: self.desktop.active() == title, 5, f"{title!r} is active")
-
     def test_alert_leaves_the_update_dialog_in_use_alone(self):
         self.monitor.click_menu("Hilfe", "QorMonitor aktualisieren ...")
-        wait_until(lambda: self.desktop.active() == UPDATE_TITLE, 5, "the update dialog is in use")
-        self.raise_alert()
-        stays(lambda: self.desktop.active() == UPDATE_TITLE and self.desktop.top() == UPDATE_TITLE, 1.0,
-              "the update dialog stays in use")
+        self.check_left_alone(UPDATE_TITLE)
+        # Before, the modal dialog keeps all clicks from the icon.
         self.session.keys("Escape")
+        wait_until(lambda: not self.desktop.is_shown(UPDATE_TITLE), 5, "the dialog is closed")
+        self.session.click(*self.tray_icon())
+        wait_until(lambda: self.desktop.is_shown(MAIN_TITLE), 5, "a tray click shows the window")
+
+    def check_left_alone(self, dialog):
+        """With the main window hidden behind the dialog, an alert must not bring it up."""
+        wait_until(lambda: self.desktop.active() == dialog, 5, f"{dialog!r} is in use")
+        window = self.monitor.window(MAIN_TITLE)
+        widgets.act(widgets.find(window, "menu item", "Fenster minimieren"))
+        wait_until(lambda: not self.desktop.is_shown(MAIN_TITLE), 5, "the window is hidden")
+        wait_until(lambda: self.desktop.active() == dialog, 5, f"{dialog!r} is in use still")
+        self.raise_alert()
+        stays(lambda: self.desktop.active() == dialog and not self.desktop.is_shown(MAIN_TITLE), 1.0,
+              f"{dialog!r} stays in use")
 
     def test_key_typed_as_the_window_comes_up_changes_nothing(self):
         sound = self.record()
         for key in ("space", "Return"):
             with self.subTest(key=key):
                 sound.wait_silent()
+                # The keys go to the list, on whose selected row Return would open the unit's page.
+                self.session.click(*widgets.cell_middle(self.monitor.message_list(), 0, 1))
                 self.desktop.cover(COVER_TITLE)
                 self.raise_alert()
                 wait_until(lambda: self.desktop.active() == MAIN_TITLE, 5, "the window has the focus")

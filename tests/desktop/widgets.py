@@ -191,3 +191,8 @@ def extents_key(widget):
 def progress(bar):
     """What a progress bar shows: its value and its end."""
     return (round(Atspi.Value.get_current_value(bar)), round(Atspi.Value.get_maximum_value(bar)))
+
+
+def act(widget):
+    """The widget's own action, where a modal dialog keeps real clicks away."""
+    Atspi.Action.do_action(widget, 0)
