@@ -78,7 +78,8 @@ class ProcessGroup:
         options.setdefault("stdin", subprocess.DEVNULL)
         options.setdefault("stdout", subprocess.DEVNULL)
         options.setdefault("stderr", subprocess.DEVNULL)
-        process = subprocess.Popen(command, env=env, **options)
+        # It does not outlive this process either, should that be killed.
+        process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command], env=env, **options)
         self._started.append(process)
         return process
 

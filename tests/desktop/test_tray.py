@@ -93,20 +93,24 @@ class TrayTest(desktoptest.DesktopTest):
         self.assertEqual(self.monitor.wait_exit(), 0)
 
     def test_icon_comes_to_a_tray_that_starts_later(self):
-        self.session.stop_tray()
-        wait_until(lambda: not self.desktop.tray_icon(), 5, "the tray is gone")
+        self.start_without_tray()
         self.close_window()
         self.session.start_tray()
         self.session.click(*self.tray_icon())
         self.wait_shown()
 
     def test_second_start_brings_the_window_back_without_a_tray(self):
-        self.session.stop_tray()
-        wait_until(lambda: not self.desktop.tray_icon(), 5, "the tray is gone")
+        self.start_without_tray()
         self.close_window()
         self.assertEqual(self.second_start(), EXIT_SECOND_INSTANCE)
         self.wait_shown()
         self.assertEqual(self.desktop.top(), "QorMonitor")
+
+    def start_without_tray(self):
+        self.monitor.close()
+        self.session.stop_tray()
+        self.monitor = self.start_with([self.unit])
+        self.assertIsNone(self.desktop.tray_icon())
 
     def second_start(self):
         from monitor import Monitor
