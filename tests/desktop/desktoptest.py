@@ -2,6 +2,7 @@
 """What the tests share: one session for a test program, a program and units for each test."""
 
 import argparse
+import signal
 import sys
 import unittest
 
@@ -13,6 +14,7 @@ def main():
     global _arguments
     parser = argparse.ArgumentParser()
     parser.add_argument("program", help="the monitor's executable")
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     _arguments, rest = parser.parse_known_args()
     unittest.main(module="__main__", argv=[sys.argv[0], *rest], verbosity=2)
 

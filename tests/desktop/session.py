@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """A private desktop: display, window manager, session bus, accessibility, tray and sound server."""
 
+import atexit
 import ctypes
 import fcntl
 import os
@@ -56,6 +57,8 @@ class Session:
         self.desktop = None
         self.env = self._environment()
         self._last_input = 0.0
+        # An interrupted test program does not get to its own cleanups.
+        atexit.register(self.close)
         try:
             self._start()
         except BaseException:
@@ -170,7 +173,9 @@ class Session:
         wait_until(lambda: time.monotonic() - self._last_input > _IDLE_SECONDS, 2, "no more input")
 
     def close(self):
+        atexit.unregister(self.close)
         if self.desktop:
             self.desktop.close()
+            self.desktop = None
         self.processes.close()
         shutil.rmtree(self.directory, ignore_errors=True)
