@@ -59,6 +59,8 @@ class Monitor:
         self.log = LogReader(self._process.stderr)
         if wait_window:
             self.window(MAIN_TITLE, seconds=15)
+            # Keys typed earlier would go nowhere.
+            wait_until(lambda: self.session.desktop.active() == MAIN_TITLE, 5, "the window has the focus")
         return self
 
     @property
