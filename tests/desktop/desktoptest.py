@@ -6,6 +6,7 @@ import signal
 import sys
 import unittest
 
+SETTLED_READINGS = 15
 _arguments = None
 
 
@@ -86,5 +87,12 @@ class DesktopTest(unittest.TestCase):
         return self.session.click(*self.open_tray_menu()[entry])
 
     def tray_icon(self):
+        """Where the icon is, once the tray has come to rest: it grows and moves for every icon."""
         from processes import wait_until
-        return wait_until(self.desktop.tray_icon, 10, "the icon is in the tray")
+        readings = []
+
+        def settled():
+            readings.append(self.desktop.tray_icon())
+            return len(readings) >= SETTLED_READINGS and len(set(readings[-SETTLED_READINGS:])) == 1
+        wait_until(lambda: settled() and readings[-1], 10, "the icon is in the tray")
+        return readings[-1]

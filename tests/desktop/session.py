@@ -56,7 +56,7 @@ class Session:
         self.tray = None
         self.desktop = None
         self.env = self._environment()
-        self._last_input = 0.0
+        self.last_input = 0.0
         # An interrupted test program does not get to its own cleanups.
         atexit.register(self.close)
         try:
@@ -147,11 +147,11 @@ class Session:
             os.remove(self.path("opened"))
 
     def xdotool(self, *words):
-        """Real input; returns the moment just before it."""
+        """Real input; returns the moment just before it, and leaves the one just after it in last_input."""
         before = time.monotonic()
         subprocess.run(["xdotool", *map(str, words)], env=self.env, check=True, timeout=10,
                        stdout=subprocess.DEVNULL)
-        self._last_input = time.monotonic()
+        self.last_input = time.monotonic()
         return before
 
     def click(self, x, y, button=1):
@@ -170,7 +170,7 @@ class Session:
         self.xdotool("mousemove", self._screen[0] - 2, self._screen[1] - 2)
 
     def await_idle(self):
-        wait_until(lambda: time.monotonic() - self._last_input > _IDLE_SECONDS, 2, "no more input")
+        wait_until(lambda: time.monotonic() - self.last_input > _IDLE_SECONDS, 2, "no more input")
 
     def close(self):
         atexit.unregister(self.close)
