@@ -21,6 +21,9 @@ void DlgDownloadMonitor::startMonitoring(const QString& fileName, const QString&
     m_reply = reply;
     m_ui->lineEditFile->setText(fileName);
     m_ui->lineEditSaveTo->setText(saveTo);
+    // Of a text that is too long the beginning tells more than the end.
+    m_ui->lineEditFile->home(false);
+    m_ui->lineEditSaveTo->home(false);
     m_ui->progressBar->setRange(0, 0);
     if (reply)
         connect(reply, &QNetworkReply::downloadProgress, this, &DlgDownloadMonitor::processDownloadProgress);

@@ -79,6 +79,10 @@ void MainWinQorMonitor::createConnections()
         auto* shortcut = new QShortcut(key, m_ui->treeWidget, nullptr, nullptr, Qt::WidgetShortcut);
         connect(shortcut, &QShortcut::activated, this, &MainWinQorMonitor::openSelectedRow);
     }
+    // The menus' titles have no mnemonics and not every style lets Alt into the menu bar.
+    auto* menuKey = new QShortcut(Qt::Key_F10, this);
+    connect(menuKey, &QShortcut::activated, m_ui->menuBar,
+            [this] { m_ui->menuBar->setActiveAction(m_ui->menuApplication->menuAction()); });
     // Runs without effect: nothing is connected to it in this version.
     m_alertTimer.setInterval(alertTimerIntervalMs);
     m_alertTimer.start();
