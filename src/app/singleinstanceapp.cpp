@@ -34,13 +34,14 @@ bool SingleInstanceApp::init()
 
     if (listen())
         return true;
-    if (runningInstanceAnswers()) {
+    const Answer answer = askRunningInstance();
+    if (answer == Answer::Given) {
         qCritical() << "SingleInstanceApp::init() stop client app";
         return false;
     }
-    // Nobody answers: where a name is a file, it is what a killed monitor left behind. Left there, it would
-    // keep every later start unguarded.
-    if (alone && QLocalServer::removeServer(m_name) && listen())
+    // Nobody is there: where a name is a file, it is what a killed monitor left behind. Left there, it would
+    // keep every later start unguarded. One that only does not get round to answering keeps its name.
+    if (answer == Answer::NobodyThere && alone && QLocalServer::removeServer(m_name) && listen())
         return true;
     qCritical() << "SingleInstanceApp::init() failed to start server mode; cannot stop client mode";
     return true;
@@ -60,11 +61,15 @@ bool SingleInstanceApp::listen()
     return true;
 }
 
-bool SingleInstanceApp::runningInstanceAnswers() const
+SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
 {
     QLocalSocket socket;
     socket.connectToServer(m_name, QIODevice::ReadWrite);
-    return socket.waitForConnected(answerTimeoutMs);
+    if (socket.waitForConnected(answerTimeoutMs))
+        return Answer::Given;
+    const bool nobody = socket.error() == QLocalSocket::ConnectionRefusedError
+        || socket.error() == QLocalSocket::ServerNotFoundError;
+    return nobody ? Answer::NobodyThere : Answer::None;
 }
 
 void SingleInstanceApp::processNewConnection()

@@ -25,8 +25,14 @@ public:
     void setMainWindow(QWidget* mainWindow);
 
 private:
+    enum class Answer {
+        Given,
+        None,
+        NobodyThere,
+    };
+
     bool listen();
-    bool runningInstanceAnswers() const;
+    Answer askRunningInstance() const;
     void processNewConnection();
 
     QString m_name;

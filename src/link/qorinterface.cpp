@@ -15,6 +15,7 @@ constexpr int silenceIntervalMs = 5000;
 constexpr unsigned long stopGraceMs = 100;
 constexpr unsigned long pollIntervalMs = 1;
 constexpr size_t receiveBufferSize = 5000;
+constexpr int maxTextsUnderWay = 32;
 constexpr int ioThreads = 1;
 constexpr int maxSockets = 1023;
 } // namespace
@@ -105,9 +106,10 @@ void QorInterface::disconnectQor()
 void QorInterface::beginSession()
 {
     m_session = new QObject(this);
+    m_textsUnderWay = 0;
     connect(
-        this, &QorInterface::textReceived, m_session,
-        [this](const QByteArray& json) { emit receiveQorMessage(json); }, Qt::QueuedConnection);
+        this, &QorInterface::textReceived, m_session, [this](const QByteArray& json) { deliver(json); },
+        Qt::QueuedConnection);
     connect(
         this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
@@ -200,16 +202,26 @@ void QorInterface::receiveUntilStopped()
     std::array<char, receiveBufferSize> receiveBuffer {};
     zmq::message_t message(receiveBufferSize);
     while (!m_stopRequested) {
-        if (m_socket.recv(message, zmq::recv_flags::dontwait)) {
+        // A GUI thread that is slower than the unit is not buried in texts: the others wait in the socket,
+        // whose queue is limited.
+        if (m_textsUnderWay < maxTextsUnderWay && m_socket.recv(message, zmq::recv_flags::dontwait)) {
             // A text that does not fit is dropped without a word, on purpose.
             if (const size_t size = message.size(); size < receiveBuffer.size()) {
                 std::memcpy(receiveBuffer.data(), message.data(), size);
                 receiveBuffer.at(size) = '\0';
+                ++m_textsUnderWay;
                 emit textReceived(QByteArray(receiveBuffer.data()), QPrivateSignal());
             }
         }
         msleep(pollIntervalMs);
     }
+}
+
+void QorInterface::deliver(const QByteArray& json)
+{
+    // First, because a listener may end the session.
+    --m_textsUnderWay;
+    emit receiveQorMessage(json);
 }
 
 void QorInterface::processLoopFailed()

@@ -86,6 +86,7 @@ private:
     void changeState(State state);
     std::optional<zmq::error_t> leaveEndpoint();
 
+    void deliver(const QByteArray& json);
     void processLoopFailed();
     void processMessageArrived();
     void processSilence();
@@ -99,6 +100,8 @@ private:
     QString m_protocol = QStringLiteral("tcp");
     QString m_endpoint;
     std::atomic<bool> m_stopRequested { true };
+    // Texts that have been received but not yet handled by the GUI thread.
+    std::atomic<int> m_textsUnderWay { 0 };
     // Receives what the loop sends to the GUI thread, from connect to disconnect; null for an idle link. A
     // silent unit's link is Disconnected and yet not idle.
     QObject* m_session = nullptr;

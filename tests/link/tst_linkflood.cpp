@@ -21,6 +21,7 @@ private slots:
     void reconnectHearsNothingOld();
     void textsComeOnceAfterAReconnect();
     void ownHandlerMayDisconnect();
+    void busyListenerIsNotBuried();
     void destructionInAFlood();
 };
 
@@ -127,6 +128,34 @@ void TestLinkFlood::ownHandlerMayDisconnect()
     QCoreApplication::processEvents();
     QCOMPARE(texts, 1);
     QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+}
+
+void TestLinkFlood::busyListenerIsNotBuried()
+{
+    Publisher publisher;
+    LinkedUnit unit(publisher.port());
+    unit.device->setMonitored(true);
+    QVERIFY(publisher.waitForSubscriber());
+    QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+    const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
+    QSemaphore queued;
+    connect(
+        &unit.link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
+    publish(publisher, "{}", 1);
+    // What is not handled yet stays in the socket, which has a limit, while the GUI thread is held up.
+    QVERIFY(!queued.tryAcquire(100, 1000));
+    QCOMPARE(received.count(), 0);
+    // Late, but all of them.
+    QTRY_COMPARE(received.count(), flood);
+    // A link that was held back when it was left starts the next session afresh.
+    queued.acquire(queued.available());
+    publish(publisher, "{}", 1);
+    QVERIFY(!queued.tryAcquire(flood, 1000));
+    unit.device->setMonitored(false);
+    unit.device->setMonitored(true);
+    QVERIFY(publisher.waitForSubscriber());
+    publish(publisher, "{}", 1);
+    QTRY_COMPARE(received.count(), 2 * flood);
 }
 
 void TestLinkFlood::destructionInAFlood()
