@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <memory>
+
 #include <utility>
 
 namespace {
@@ -75,9 +76,11 @@ SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
 void SingleInstanceApp::processNewConnection()
 {
     qDebug() << "SingleInstanceApp::newConnection() detect new instance";
-    const std::unique_ptr<QLocalSocket> socket(m_server->nextPendingConnection());
+    std::unique_ptr<QLocalSocket> socket(m_server->nextPendingConnection());
     if (!socket)
         return;
+    // At once: nothing is read, the connection itself was the message.
+    socket.reset();
     if (m_mainWindow) {
         qDebug() << "SingleInstanceApp::newConnection() force show window";
         m_mainWindow->showNormal();

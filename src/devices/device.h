@@ -16,8 +16,9 @@ class QorInterface;
 // of its DeviceList, through which it announces its changes; lives on the GUI thread. It owns the link to
 // the unit for its whole life and has it connect or disconnect as host, port and the monitored flag change.
 //
-// Every setter does nothing on an equal value. Otherwise it stores the value, emits its own signal, notifies
-// the list and then has the link follow, which may throw zmq::error_t.
+// Every setter does nothing on an equal value. Otherwise it stores the value, emits its own signal and
+// notifies the list; those of host, ZeroMQ port and monitored flag then have the link follow, which may throw
+// zmq::error_t.
 class Device : public QObject {
     Q_OBJECT
 

@@ -40,6 +40,8 @@ void QorInterface::setDevice(Device* device)
     m_device = device;
     m_silenceTimer.setSingleShot(true);
     m_silenceTimer.setInterval(silenceIntervalMs);
+    // A coarse timer may fire five per cent early, and a unit that is still in time would be called silent.
+    m_silenceTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_silenceTimer, &QTimer::timeout, this, [this] { processSilence(); });
     connect(this, &QorInterface::receiveQorMessage, this, [this] { processMessageArrived(); });
     updateConnection();

@@ -44,8 +44,9 @@ public:
     void updateConnection();
 
     // Resolves the host (blocking) and subscribes to everything that it publishes on the TCP port. A link
-    // in use is disconnected first. False when the host has no address; throws zmq::error_t when the
-    // endpoint is refused, after which the link is Disconnected.
+    // in use is disconnected first. False when the host has no address. Throws zmq::error_t when the old
+    // endpoint cannot be left, or no socket be made, or the new endpoint is refused, after which the link is
+    // Disconnected.
     bool connectQor(const QString& host, int port);
 
     // Stops the thread, waits for it and leaves the endpoint; nothing for an idle link. Takes at least

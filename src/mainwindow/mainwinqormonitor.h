@@ -23,7 +23,7 @@ class MainWinQorMonitor;
 // The program's window and the owner of everything that the user works with. Its centre is the list of the
 // monitor messages of all monitored units; an alert rings until it is acknowledged and brings the window to
 // the front. Created by main without a parent, lives on the GUI thread. Closing hides it into the system
-// tray; the "Beenden" action is the only way out.
+// tray; the ways out are the "Beenden" action and an update.
 class MainWinQorMonitor : public QMainWindow {
     Q_OBJECT
 

@@ -108,8 +108,9 @@ void TestLinkSilence::silenceDisconnectsAndTheNextTextConnects()
     const SignalJournal journal(unit.link);
     const LogCapture log;
     QTRY_COMPARE_WITH_TIMEOUT(unit.link.state(), QorInterface::Disconnected, 10000);
-    // The timer is a coarse one: 5 % to either side, and some delay on a busy computer.
-    QVERIFY2(silence >= 4750 && silence <= 5750, QByteArray::number(silence).constData());
+    // Not early, since the clock here starts a little later than the timer, and not late but for a busy
+    // computer.
+    QVERIFY2(silence >= 4990 && silence <= 5750, QByteArray::number(silence).constData());
     QCOMPARE(unit.link.stateText(), QStringLiteral("Getrennt"));
     QVERIFY(unit.link.isRunning());
     QCOMPARE(unit.link.host(), loopback());

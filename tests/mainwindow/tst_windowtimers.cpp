@@ -94,6 +94,7 @@ void TestWindowTimers::secondTimerDrivesNothing()
 
 void TestWindowTimers::updateIsCheckedOnce()
 {
+    QSettings().remove(QStringLiteral("AutoCheckUpdates"));
     const RefusingProxy proxy;
     QElapsedTimer elapsed;
     const MainWinQorMonitor window;
@@ -117,6 +118,7 @@ void TestWindowTimers::switchedOffCheckAsksNobody()
 
 void TestWindowTimers::windowMayEndBeforeTheCheck()
 {
+    QSettings().remove(QStringLiteral("AutoCheckUpdates"));
     const RefusingProxy proxy;
     {
         const MainWinQorMonitor window;

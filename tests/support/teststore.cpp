@@ -22,6 +22,8 @@ void TestStore::clear()
 {
     QSettings settings;
     settings.clear();
+    // No window that a test makes may ask the update server, unless the test is about that.
+    settings.setValue(QStringLiteral("AutoCheckUpdates"), false);
     settings.sync();
 }
 

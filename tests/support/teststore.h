@@ -5,7 +5,7 @@
 #include <QVariantMap>
 
 // Gives the test's process a default settings store of its own, under the program's names, in a temporary
-// folder; empty at construction. Make it before the first QSettings.
+// folder. It holds nothing but that the update check is off. Make it before the first QSettings.
 class TestStore {
 public:
     TestStore();
