@@ -55,6 +55,16 @@ void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
     pReply->deleteLater();
     // Cleared even when the receiver has started the next transfer: the order is wanted as it is.
     setBusy(false);
+    if (m_deleteAfterReport && !isReporting())
+        deleteLater();
+}
+
+void FileDownloader::deleteAfterReport()
+{
+    setParent(nullptr);
+    m_deleteAfterReport = true;
+    if (!isReporting())
+        deleteLater();
 }
 
 void FileDownloader::processEncrypted(QNetworkReply* reply)
