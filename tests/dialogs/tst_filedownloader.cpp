@@ -121,7 +121,6 @@ void TestFileDownloader::answers()
     QVERIFY(!downloader.currentReply());
     QCOMPARE(spies.busy.count(), 2);
     QCOMPARE(server.requestCount("elsewhere"), 0);
-    QCOMPARE(server.requests().size(), 1);
 }
 
 void TestFileDownloader::sendsAPlainRequest()
@@ -191,7 +190,8 @@ void TestFileDownloader::cutConnectionFails()
     downloader.download(server.url(QStringLiteral("file")));
     QTRY_VERIFY(downloader.currentReply()->bytesAvailable() == 4);
     server.cut();
-    QTRY_COMPARE(spies.failed.count(), 1);
+    // Cut again when the network classes have asked once more.
+    QTRY_VERIFY((server.cut(), spies.failed.count() == 1));
     QCOMPARE(downloader.downloadedData(), QByteArray("only"));
     QCOMPARE(spies.success.count(), 0);
 }

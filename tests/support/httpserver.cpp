@@ -90,7 +90,12 @@ private:
 
     void send(QSslSocket* socket, const HttpAnswer& answer)
     {
-        socket->write("HTTP/1.1 " + answer.status + "\r\nConnection: close\r\n");
+        // The client ends the connection, unless that is what ends the body: one that is closed at once may
+        // look to it as lost before the answer, and then it asks again.
+        const bool close = answer.length == HttpAnswer::NoLength;
+        socket->setProperty("close", close);
+        socket->write("HTTP/1.1 " + answer.status
+                      + (close ? "\r\nConnection: close\r\n" : "\r\nConnection: keep-alive\r\n"));
         for (const QByteArray& header : answer.headers)
             socket->write(header + "\r\n");
         if (answer.length != HttpAnswer::NoLength) {
@@ -124,7 +129,8 @@ private:
     static void finish(QSslSocket* socket, const QByteArray& rest)
     {
         socket->write(rest);
-        socket->disconnectFromHost();
+        if (socket->property("close").toBool())
+            socket->disconnectFromHost();
     }
 
     QSslConfiguration m_security;
