@@ -28,6 +28,23 @@ bool isPlainFileName(const QString& name)
         && !name.contains(QLatin1Char('\\')) && !name.contains(QLatin1Char(':'));
 }
 
+// Shows a message box as the functions of QMessageBox do. Unlike theirs it may go away with its parent while
+// it is open; the answer is then No.
+QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, const QString& title,
+                                    const QString& text,
+                                    QMessageBox::StandardButtons buttons = QMessageBox::Ok)
+{
+    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, parent));
+    if (buttons == QMessageBox::Ok)
+        box->setDefaultButton(QMessageBox::Ok);
+    box->exec();
+    if (!box)
+        return QMessageBox::No;
+    const auto answer = box->standardButton(box->clickedButton());
+    delete box;
+    return answer;
+}
+
 } // namespace
 
 DlgCheckForUpdates::DlgCheckForUpdates(const QString& appName, QWidget* parent)
@@ -52,7 +69,7 @@ DlgCheckForUpdates::DlgCheckForUpdates(const QString& appName, QWidget* parent)
 DlgCheckForUpdates::~DlgCheckForUpdates()
 {
     if (m_downloader->isReporting())
-        m_downloader->deleteLater();
+        m_downloader->deleteAfterReport();
     else
         delete m_downloader;
     delete m_downloadMonitor;
@@ -126,14 +143,11 @@ void DlgCheckForUpdates::processDownloadFailed()
 {
     m_downloadMonitor->hide();
     if (m_fileDownload)
-        QMessageBox::critical(m_messageParent, m_appName,
-                              tr("Fehler beim Download der Update Datei\n%1!").arg(m_fileName),
-                              QMessageBox::Ok);
+        showBox(m_messageParent, QMessageBox::Critical, m_appName,
+                tr("Fehler beim Download der Update Datei\n%1!").arg(m_fileName));
     else if (m_interactive)
-        QMessageBox::warning(m_messageParent, m_appName,
-                             tr("Konnte keine Informationen vom Server herunterladen\noder Server antwortet "
-                                "nicht!"),
-                             QMessageBox::Ok);
+        showBox(m_messageParent, QMessageBox::Warning, m_appName,
+                tr("Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"));
 }
 
 void DlgCheckForUpdates::evaluateDescription()
@@ -145,8 +159,8 @@ void DlgCheckForUpdates::evaluateDescription()
     parseUpdateInfo(text, platform, versionNo, versionDate, m_fileName);
     if (versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
         if (m_interactive)
-            QMessageBox::information(m_messageParent, m_appName,
-                                     tr("Keine Version von %1 verfügbar!").arg(m_appName), QMessageBox::Ok);
+            showBox(m_messageParent, QMessageBox::Information, m_appName,
+                    tr("Keine Version von %1 verfügbar!").arg(m_appName));
         return;
     }
     // The version that the installation has noted counts, not the compiled-in one, and both as floating-point
@@ -154,8 +168,8 @@ void DlgCheckForUpdates::evaluateDescription()
     if (versionNo.toDouble() > QSettings().value(versionKey).toDouble())
         offerVersion(versionNo);
     else if (m_interactive)
-        QMessageBox::information(m_messageParent, m_appName,
-                                 tr("Keine neue Version von %1 verfügbar!").arg(m_appName), QMessageBox::Ok);
+        showBox(m_messageParent, QMessageBox::Information, m_appName,
+                tr("Keine neue Version von %1 verfügbar!").arg(m_appName));
 }
 
 void DlgCheckForUpdates::offerVersion(const QString& versionNo)
@@ -163,11 +177,11 @@ void DlgCheckForUpdates::offerVersion(const QString& versionNo)
     const QString fileName = m_fileName;
     const QPointer<DlgCheckForUpdates> self(this);
     m_asking = true;
-    const auto answer = QMessageBox::question(
-        m_messageParent, m_appName,
-        tr("Eine neue Version %1 von %2 ist verfügbar.\nMöchten Sie diese Version herunterladen?")
-            .arg(versionNo, m_appName),
-        QMessageBox::Yes | QMessageBox::No, QMessageBox::NoButton);
+    const auto answer
+        = showBox(m_messageParent, QMessageBox::Question, m_appName,
+                  tr("Eine neue Version %1 von %2 ist verfügbar.\nMöchten Sie diese Version herunterladen?")
+                      .arg(versionNo, m_appName),
+                  QMessageBox::Yes | QMessageBox::No);
     if (!self)
         return;
     m_asking = false;
@@ -184,7 +198,10 @@ void DlgCheckForUpdates::installDownloadedFile()
         showSaveError(error);
         return;
     }
-    QMessageBox::information(this, windowTitle(), tr("Download erfolgreich abgeschlossen!"), QMessageBox::Ok);
+    const QPointer<DlgCheckForUpdates> self(this);
+    showBox(this, QMessageBox::Information, windowTitle(), tr("Download erfolgreich abgeschlossen!"));
+    if (!self)
+        return;
     QProcess installer;
     installer.setProgram(path);
     installer.startDetached();
@@ -203,9 +220,12 @@ QString DlgCheckForUpdates::saveDownloadedFile(const QString& path)
     }
     if (file.error() != QFileDevice::NoError) {
         const QString reason = file.errorString();
-        // Half an installer is nothing to leave behind.
-        if (file.isOpen())
-            file.remove();
+        // Half an installer is nothing to leave behind. Removed by name, since an open file that cannot be
+        // written to its end refuses.
+        const bool begun = file.isOpen();
+        file.close();
+        if (begun)
+            QFile::remove(path);
         return reason;
     }
 #ifdef Q_OS_UNIX
@@ -218,7 +238,6 @@ QString DlgCheckForUpdates::saveDownloadedFile(const QString& path)
 void DlgCheckForUpdates::showSaveError(const QString& reason)
 {
     // One substitution on purpose: the reason stands for the first place, and "%2" stays in the text.
-    QMessageBox::critical(this, windowTitle(),
-                          tr("Fehler beim Speichern der Datei\n%1!\nGrund: %2.").arg(reason),
-                          QMessageBox::Ok);
+    showBox(this, QMessageBox::Critical, windowTitle(),
+            tr("Fehler beim Speichern der Datei\n%1!\nGrund: %2.").arg(reason));
 }

@@ -3,6 +3,18 @@
 
 #include <QDebug>
 
+namespace {
+
+// The network classes may ask again when a connection is lost, and then now and then end without an error
+// and with a part of the bytes. The length is not announced for bytes that were unpacked on the way.
+bool isComplete(const QNetworkReply* reply, const QByteArray& data)
+{
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    return !length.isValid() || length.toLongLong() == data.size();
+}
+
+} // namespace
+
 FileDownloader::FileDownloader(QObject* parent)
     : QObject(parent)
 {
@@ -47,7 +59,7 @@ void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
     m_data = pReply->readAll();
     // The receiver may open a message box, and then much can happen before it returns.
     ++m_reports;
-    if (pReply->error() != QNetworkReply::NoError)
+    if (pReply->error() != QNetworkReply::NoError || !isComplete(pReply, m_data))
         emit downloadFailed();
     else
         emit downloadSuccess();
@@ -55,6 +67,16 @@ void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
     pReply->deleteLater();
     // Cleared even when the receiver has started the next transfer: the order is wanted as it is.
     setBusy(false);
+    if (m_deleteAfterReport && !isReporting())
+        deleteLater();
+}
+
+void FileDownloader::deleteAfterReport()
+{
+    setParent(nullptr);
+    m_deleteAfterReport = true;
+    if (!isReporting())
+        deleteLater();
 }
 
 void FileDownloader::processEncrypted(QNetworkReply* reply)

@@ -28,9 +28,12 @@ public:
     void cancel();
     // The running transfer; null when none is known.
     QNetworkReply* currentReply() const { return m_reply; }
-    // True inside of downloadSuccess and downloadFailed. While it is, the object must not be deleted at
-    // once, only with deleteLater(): the network classes are still at work below.
+    // True inside of downloadSuccess and downloadFailed.
     bool isReporting() const { return m_reports > 0; }
+    // Takes the object from its parent and deletes it, inside of a report not before that is over: the
+    // network classes are still at work below, and deleteLater() would not wait when it is called from a
+    // nested event loop. Nothing else may delete the object or its reply inside of a report.
+    void deleteAfterReport();
 
 signals:
     // The result is reported before the busy flag is cleared.
@@ -50,4 +53,5 @@ private:
     bool m_busy = false;
     QPointer<QNetworkReply> m_reply;
     int m_reports = 0;
+    bool m_deleteAfterReport = false;
 };

@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/dlgdownloadmonitor.h"
+
+#include "support/formchecks.h"
+#include "support/httpserver.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QtTest>
+
+#include <limits>
+
+class TestDlgDownloadMonitor : public QObject {
+    Q_OBJECT
+
+private slots:
+    void formLooksAsDesigned();
+    void rowsOfTheGrid();
+    void declaresSlotsInOrder();
+    void startShowsTheTransfer();
+    void showsProgress_data();
+    void showsProgress();
+    void followsARealTransfer();
+    void withoutContentLengthItStaysUndetermined();
+    void cancelAborts();
+    void cancelAfterTheEndIsHarmless();
+    void enterInAFieldDoesNotCancel();
+    void newStartLeavesTheOldReply();
+};
+
+namespace {
+template <typename Widget> Widget* find(const DlgDownloadMonitor& monitor, const char* name)
+{
+    return monitor.findChild<Widget*>(QLatin1String(name));
+}
+
+QProgressBar* bar(const DlgDownloadMonitor& monitor)
+{
+    return find<QProgressBar>(monitor, "progressBar");
+}
+
+void progress(DlgDownloadMonitor* monitor, qint64 received, qint64 total)
+{
+    QVERIFY(QMetaObject::invokeMethod(monitor, "processDownloadProgress", Q_ARG(qint64, received),
+                                      Q_ARG(qint64, total)));
+}
+
+// Progress is reported every 100 ms at most, and only when something arrives: the tests let bytes trickle.
+bool isUndetermined(const QProgressBar* progressBar)
+{
+    return progressBar->minimum() == 0 && progressBar->maximum() == 0;
+}
+} // namespace
+
+void TestDlgDownloadMonitor::formLooksAsDesigned()
+{
+    const DlgDownloadMonitor monitor(nullptr);
+    QCOMPARE(monitor.objectName(), QStringLiteral("DlgDownloadMonitor"));
+    QCOMPARE(monitor.size(), QSize(497, 144));
+    QCOMPARE(monitor.windowTitle(), QStringLiteral("Download Monitor"));
+    QVERIFY(monitor.isHidden());
+    QVERIFY(!monitor.isModal());
+    const auto* rows = qobject_cast<QVBoxLayout*>(monitor.layout());
+    QVERIFY(rows);
+    QCOMPARE(rows->objectName(), QStringLiteral("verticalLayout"));
+    QCOMPARE(FormChecks::items(rows),
+             (QStringList { QStringLiteral("gridLayout"),
+                            FormChecks::spacer(20, 11, QSizePolicy::Minimum, QSizePolicy::Expanding),
+                            QStringLiteral("horizontalLayout") }));
+    QCOMPARE(FormChecks::items(find<QHBoxLayout>(monitor, "horizontalLayout")),
+             (QStringList { FormChecks::spacer(40, 20, QSizePolicy::Expanding, QSizePolicy::Minimum),
+                            QStringLiteral("pushButtonCancel") }));
+    QCOMPARE(find<QPushButton>(monitor, "pushButtonCancel")->text(), QStringLiteral("Abbrechen"));
+    QCOMPARE(bar(monitor)->value(), 24);
+    QCOMPARE(bar(monitor)->alignment(), Qt::AlignCenter);
+    QVERIFY(find<QLineEdit>(monitor, "lineEditFile")->isReadOnly());
+    QVERIFY(find<QLineEdit>(monitor, "lineEditSaveTo")->isReadOnly());
+}
+
+void TestDlgDownloadMonitor::rowsOfTheGrid()
+{
+    const DlgDownloadMonitor monitor(nullptr);
+    const auto* grid = find<QGridLayout>(monitor, "gridLayout");
+    QVERIFY(grid);
+    QCOMPARE(grid->rowCount(), 3);
+    QCOMPARE(grid->columnCount(), 2);
+    const QStringList names { QStringLiteral("label_2"), QStringLiteral("lineEditFile"),
+                              QStringLiteral("label_3"), QStringLiteral("lineEditSaveTo"),
+                              QStringLiteral("label"),   QStringLiteral("progressBar") };
+    const QStringList texts { QStringLiteral("Datei:"), QStringLiteral("nach:"),
+                              QStringLiteral("Fortschritt") };
+    for (int row = 0; row < 3; ++row) {
+        QCOMPARE(grid->itemAtPosition(row, 0)->widget()->objectName(), names.at(2 * row));
+        QCOMPARE(grid->itemAtPosition(row, 1)->widget()->objectName(), names.at(2 * row + 1));
+        const auto* label = qobject_cast<QLabel*>(grid->itemAtPosition(row, 0)->widget());
+        QVERIFY(label);
+        QCOMPARE(label->text(), texts.at(row));
+    }
+}
+
+void TestDlgDownloadMonitor::declaresSlotsInOrder()
+{
+    // The meta object's name for qint64.
+    QCOMPARE(FormChecks::ownMethods(DlgDownloadMonitor::staticMetaObject),
+             (QList<QByteArray> { "processDownloadProgress(qlonglong,qlonglong)",
+                                  "on_pushButtonCancel_clicked()" }));
+}
+
+void TestDlgDownloadMonitor::startShowsTheTransfer()
+{
+    DlgDownloadMonitor monitor(nullptr);
+    progress(&monitor, 5, 10);
+    monitor.startMonitoring(QStringLiteral("setup.exe"), QStringLiteral("/some/folder"), nullptr);
+    QVERIFY(monitor.isVisible());
+    QTRY_VERIFY(monitor.isActiveWindow());
+    QCOMPARE(find<QLineEdit>(monitor, "lineEditFile")->text(), QStringLiteral("setup.exe"));
+    QCOMPARE(find<QLineEdit>(monitor, "lineEditSaveTo")->text(), QStringLiteral("/some/folder"));
+    QVERIFY(isUndetermined(bar(monitor)));
+}
+
+void TestDlgDownloadMonitor::showsProgress_data()
+{
+    QTest::addColumn<qint64>("received");
+    QTest::addColumn<qint64>("total");
+    QTest::addColumn<int>("maximum");
+    QTest::addColumn<int>("value");
+    constexpr qint64 gigabyte4 = Q_INT64_C(1) << 32;
+    constexpr int intMax = std::numeric_limits<int>::max();
+    QTest::newRow("begin") << Q_INT64_C(0) << Q_INT64_C(1000) << 1000 << 0;
+    QTest::newRow("middle") << Q_INT64_C(400) << Q_INT64_C(1000) << 1000 << 400;
+    QTest::newRow("end") << Q_INT64_C(1000) << Q_INT64_C(1000) << 1000 << 1000;
+    QTest::newRow("largest") << qint64(intMax) << qint64(intMax) << intMax << intMax;
+    // Truncated, not scaled.
+    QTest::newRow("more than 4 GiB") << gigabyte4 + 5 << gigabyte4 + 10 << 10 << 5;
+}
+
+void TestDlgDownloadMonitor::showsProgress()
+{
+    QFETCH(const qint64, received);
+    QFETCH(const qint64, total);
+    DlgDownloadMonitor monitor(nullptr);
+    progress(&monitor, received, total);
+    QCOMPARE(bar(monitor)->minimum(), 0);
+    QTEST(bar(monitor)->maximum(), "maximum");
+    QTEST(bar(monitor)->value(), "value");
+}
+
+void TestDlgDownloadMonitor::followsARealTransfer()
+{
+    HttpServer server;
+    server.setAnswer("file", { QByteArray(1000, 'x'), "200 OK", {}, HttpAnswer::BodyLength, 400 });
+    QNetworkAccessManager manager;
+    QNetworkReply* reply = manager.get(QNetworkRequest(server.url(QStringLiteral("file"))));
+    DlgDownloadMonitor monitor(nullptr);
+    monitor.startMonitoring(QStringLiteral("file"), QStringLiteral("folder"), reply);
+    QVERIFY(isUndetermined(bar(monitor)));
+    QTRY_VERIFY((server.releaseSome(1), bar(monitor)->value() > 400));
+    QCOMPARE(bar(monitor)->maximum(), 1000);
+    server.release();
+    QTRY_COMPARE(bar(monitor)->value(), 1000);
+    // It is hidden by its owner only.
+    QTRY_VERIFY(reply->isFinished());
+    QVERIFY(monitor.isVisible());
+}
+
+void TestDlgDownloadMonitor::withoutContentLengthItStaysUndetermined()
+{
+    HttpServer server;
+    server.setAnswer("file", { QByteArray(1000, 'x'), "200 OK", {}, HttpAnswer::NoLength, 400 });
+    QNetworkAccessManager manager;
+    QNetworkReply* reply = manager.get(QNetworkRequest(server.url(QStringLiteral("file"))));
+    QSignalSpy reports(reply, &QNetworkReply::downloadProgress);
+    DlgDownloadMonitor monitor(nullptr);
+    monitor.startMonitoring(QStringLiteral("file"), QStringLiteral("folder"), reply);
+    QTRY_VERIFY((server.releaseSome(1), !reports.isEmpty()));
+    QCOMPARE(reports.constFirst().at(1).toLongLong(), -1);
+    QVERIFY(isUndetermined(bar(monitor)));
+    server.release();
+    QTRY_VERIFY(reply->isFinished());
+}
+
+void TestDlgDownloadMonitor::cancelAborts()
+{
+    HttpServer server;
+    server.setAnswer("file", { QByteArray(1000, 'x'), "200 OK", {}, HttpAnswer::BodyLength, 400 });
+    QNetworkAccessManager manager;
+    QNetworkReply* reply = manager.get(QNetworkRequest(server.url(QStringLiteral("file"))));
+    QSignalSpy finished(reply, &QNetworkReply::finished);
+    DlgDownloadMonitor monitor(nullptr);
+    monitor.startMonitoring(QStringLiteral("file"), QStringLiteral("folder"), reply);
+    QTRY_VERIFY((server.releaseSome(1), bar(monitor)->value() > 400));
+    auto* cancel = find<QPushButton>(monitor, "pushButtonCancel");
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(reply->error(), QNetworkReply::OperationCanceledError);
+    cancel->click();
+    QCOMPARE(finished.count(), 1);
+}
+
+void TestDlgDownloadMonitor::cancelAfterTheEndIsHarmless()
+{
+    HttpServer server;
+    QNetworkAccessManager manager;
+    DlgDownloadMonitor monitor(nullptr);
+    auto* cancel = find<QPushButton>(monitor, "pushButtonCancel");
+    cancel->click();
+    QPointer<QNetworkReply> reply(manager.get(QNetworkRequest(server.url(QStringLiteral("file")))));
+    monitor.startMonitoring(QStringLiteral("file"), QStringLiteral("folder"), reply);
+    QTRY_VERIFY(reply->isFinished());
+    cancel->click();
+    QCOMPARE(reply->error(), QNetworkReply::ContentNotFoundError);
+    delete reply;
+    cancel->click();
+    QVERIFY(monitor.isVisible());
+}
+
+void TestDlgDownloadMonitor::enterInAFieldDoesNotCancel()
+{
+    const DlgDownloadMonitor monitor(nullptr);
+    // Enter in a field must not end a download.
+    QVERIFY(!find<QPushButton>(monitor, "pushButtonCancel")->autoDefault());
+    QVERIFY(!find<QPushButton>(monitor, "pushButtonCancel")->isDefault());
+}
+
+void TestDlgDownloadMonitor::newStartLeavesTheOldReply()
+{
+    HttpServer server;
+    server.setAnswer("old", { QByteArray(1000, 'x'), "200 OK", {}, HttpAnswer::BodyLength, 400 });
+    server.setAnswer("new", { QByteArray(77, 'x'), "200 OK", {}, HttpAnswer::BodyLength, 7 });
+    QNetworkAccessManager manager;
+    DlgDownloadMonitor monitor(nullptr);
+    QNetworkReply* old = manager.get(QNetworkRequest(server.url(QStringLiteral("old"))));
+    monitor.startMonitoring(QStringLiteral("old"), QStringLiteral("folder"), old);
+    QTRY_VERIFY((server.releaseSome(1), bar(monitor)->value() > 400));
+    QNetworkReply* next = manager.get(QNetworkRequest(server.url(QStringLiteral("new"))));
+    monitor.startMonitoring(QStringLiteral("new"), QStringLiteral("folder"), next);
+    QVERIFY(isUndetermined(bar(monitor)));
+    QTRY_VERIFY((server.releaseSome(1), bar(monitor)->value() > 7));
+    server.release();
+    QTRY_VERIFY(old->isFinished() && next->isFinished());
+    QCOMPARE(bar(monitor)->maximum(), 77);
+    QCOMPARE(bar(monitor)->value(), 77);
+}
+
+QTEST_MAIN(TestDlgDownloadMonitor)
+#include "tst_dlgdownloadmonitor.moc"

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "support/updatefixture.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QProcess>
+#include <QtTest>
+
+#include <cstring>
+
+// The whole way: the installer is saved and started, and the program ends. The installer is a script that
+// leaves a mark.
+class TestUpdateInstall : public QObject {
+    Q_OBJECT
+
+private slots:
+    void installerIsSavedAndStarted_data();
+    void installerIsSavedAndStarted();
+    void existingFileIsReplaced();
+    void fileThatDoesNotStartEndsTheProgramAnyway();
+    void installerOutlivesTheProgram();
+};
+
+namespace {
+
+constexpr int timedOut = 99;
+const QByteArray marker = "#!/bin/sh\necho \"$# arguments\" > \"${0%/*}/mark\"\n";
+
+// Runs a check, answered with Yes, in the program's event loop, and says with which code that ended.
+int runProgram(UpdateFixture* fixture, bool interactive = true)
+{
+    fixture->publish("1.05", "setup.sh");
+    fixture->boxes.answer(QMessageBox::Yes);
+    QTimer::singleShot(0, fixture->dialog.get(),
+                       [fixture, interactive] { fixture->dialog->checkForUpdates(interactive); });
+    QTimer::singleShot(20000, fixture->dialog.get(), [] { QCoreApplication::exit(timedOut); });
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+void TestUpdateInstall::installerIsSavedAndStarted_data()
+{
+    QTest::addColumn<bool>("interactive");
+    QTest::addColumn<int>("pieceSize");
+    QTest::newRow("on request") << true << 0;
+    QTest::newRow("automatically") << false << 0;
+    QTest::newRow("from a trickling server") << true << 7;
+}
+
+void TestUpdateInstall::installerIsSavedAndStarted()
+{
+    QFETCH(const bool, interactive);
+    QFETCH(const int, pieceSize);
+    UpdateFixture fixture;
+    fixture.server.setAnswer("setup.sh", { marker, "200 OK", {}, HttpAnswer::BodyLength, -1, pieceSize });
+    QCOMPARE(runProgram(&fixture, interactive), 0);
+    QTRY_COMPARE(fixture.folder.read(QStringLiteral("mark")), QByteArray("0 arguments\n"));
+    QCOMPARE(fixture.folder.read(QStringLiteral("setup.sh")), marker);
+    const QFileInfo saved(fixture.folder.filePath(QStringLiteral("setup.sh")));
+    QVERIFY(saved.permission(QFileDevice::ExeOwner));
+    QVERIFY(!saved.permission(QFileDevice::ExeOther));
+    QCOMPARE(fixture.boxes.count(), 2);
+    const MessageBoxes::Box box = fixture.boxes.seen().constLast();
+    QCOMPARE(box.icon, QMessageBox::Information);
+    QCOMPARE(box.title, QStringLiteral("Anwendung aktualisieren"));
+    QCOMPARE(box.text, QStringLiteral("Download erfolgreich abgeschlossen!"));
+    QCOMPARE(box.buttons, QMessageBox::Ok);
+    QCOMPARE(box.defaultKind, QMessageBox::Ok);
+    QCOMPARE(box.parent, fixture.dialog.get());
+}
+
+void TestUpdateInstall::existingFileIsReplaced()
+{
+    UpdateFixture fixture;
+    QFile old(fixture.folder.filePath(QStringLiteral("setup.sh")));
+    QVERIFY(old.open(QIODevice::WriteOnly));
+    old.write(QByteArray(100000, 'x'));
+    old.close();
+    fixture.server.setAnswer("setup.sh", { marker });
+    QCOMPARE(runProgram(&fixture), 0);
+    QCOMPARE(fixture.folder.read(QStringLiteral("setup.sh")), marker);
+    QTRY_VERIFY(!fixture.folder.read(QStringLiteral("mark")).isEmpty());
+}
+
+void TestUpdateInstall::fileThatDoesNotStartEndsTheProgramAnyway()
+{
+    UpdateFixture fixture;
+    fixture.server.setAnswer("setup.sh", { "#!/nonexistent/interpreter\n" });
+    QCOMPARE(runProgram(&fixture), 0);
+    QCOMPARE(fixture.boxes.count(), 2);
+}
+
+void TestUpdateInstall::installerOutlivesTheProgram()
+{
+    const DownloadFolder folder;
+    HttpServer server;
+    server.setAnswer("QorMonitorUpdate.info",
+                     { "VersionNo=\"2\" VersionDate=\"d\" mingw32_x64FileName=\"setup.sh\"" });
+    // Waits for the word that the program is gone, ten seconds at most.
+    server.setAnswer("setup.sh",
+                     { "#!/bin/sh\ncd \"${0%/*}\"\necho > started\nn=0\n"
+                       "while [ ! -e gone ] && [ $n -lt 200 ]; do sleep 0.05; n=$((n+1)); done\n"
+                       "[ -e gone ] && echo done > mark\n" });
+    QProcess program;
+    program.start(QCoreApplication::applicationFilePath(),
+                  { QStringLiteral("--as-program"), server.baseUrl() });
+    QVERIFY(program.waitForFinished(20000));
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 0);
+    QTRY_VERIFY(!folder.read(QStringLiteral("started")).isEmpty());
+    QVERIFY(folder.read(QStringLiteral("mark")).isEmpty());
+    QFile gone(folder.filePath(QStringLiteral("gone")));
+    QVERIFY(gone.open(QIODevice::WriteOnly));
+    gone.close();
+    QTRY_COMPARE(folder.read(QStringLiteral("mark")), QByteArray("done\n"));
+}
+
+namespace {
+
+// What the program does with its update dialog, in a process of its own.
+int runAsProgram(int argc, char* argv[])
+{
+    const QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const TestStore store;
+    MessageBoxes boxes;
+    boxes.answer(QMessageBox::Yes);
+    DlgCheckForUpdates dialog(QStringLiteral("QorMonitor"), nullptr);
+    dialog.addServerUrl(QString::fromLocal8Bit(argv[2]));
+    QTimer::singleShot(0, &dialog, [&dialog] { dialog.checkForUpdates(false); });
+    QTimer::singleShot(15000, &dialog, [] { QCoreApplication::exit(timedOut); });
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (argc == 3 && std::strcmp(argv[1], "--as-program") == 0)
+        return runAsProgram(argc, argv);
+    const QApplication application(argc, argv);
+    TestUpdateInstall test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_updateinstall.moc"

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "support/updatefixture.h"
+
+#include "dialogs/dlgdownloadmonitor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QSettings>
+
+DownloadFolder::DownloadFolder()
+{
+    QDir().mkpath(path());
+    QFile names(m_directory.filePath(QStringLiteral("user-dirs.dirs")));
+    if (names.open(QIODevice::WriteOnly))
+        names.write("XDG_DOWNLOAD_DIR=\"" + QFile::encodeName(path()) + "\"\n");
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_directory.path()));
+}
+
+QByteArray DownloadFolder::read(const QString& name) const
+{
+    QFile file(filePath(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList DownloadFolder::entries() const
+{
+    return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+UpdateFixture::UpdateFixture(QWidget* parent)
+    : dialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), parent))
+{
+    // As the program does it, whose tray icon stays.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    dialog->addServerUrl(server.baseUrl());
+}
+
+void UpdateFixture::publish(const QByteArray& versionNo, const QByteArray& fileName)
+{
+    publishText("VersionNo=\"" + versionNo + "\"\nVersionDate=\"05. Mar 2026\"\nmingw32_x64FileName=\""
+                + fileName + "\"\n");
+}
+
+void UpdateFixture::install(const QString& versionNo)
+{
+    QSettings().setValue(QStringLiteral("VersionNo"), versionNo);
+}
+
+QPushButton* UpdateFixture::button(const char* name) const
+{
+    return dialog->findChild<QPushButton*>(QLatin1String(name));
+}
+
+DlgDownloadMonitor* UpdateFixture::monitor() const
+{
+    return dialog->findChild<DlgDownloadMonitor*>();
+}
