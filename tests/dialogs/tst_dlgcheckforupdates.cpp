@@ -132,7 +132,7 @@ void TestDlgCheckForUpdates::boxShowsTheSetting()
 {
     QFETCH(const QVariant, setting);
     QFETCH(const bool, checked);
-    const TestStore store;
+    const TestStore store(TestStore::UpdateCheck::Unset);
     if (setting.isValid())
         QSettings().setValue(QStringLiteral("AutoCheckUpdates"), setting);
     const DlgCheckForUpdates dialog(QStringLiteral("QorMonitor"), nullptr);
@@ -162,7 +162,7 @@ void TestDlgCheckForUpdates::constructionWritesNothing()
 
 void TestDlgCheckForUpdates::withoutServerNothingHappens()
 {
-    const TestStore store;
+    const TestStore store(TestStore::UpdateCheck::Unset);
     const MessageBoxes boxes;
     QWidget parent;
     DlgCheckForUpdates dialog(QStringLiteral("QorMonitor"), &parent);

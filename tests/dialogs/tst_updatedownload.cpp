@@ -245,7 +245,7 @@ void TestUpdateDownload::overAnEncryptedConnection()
 {
     const QSslConfiguration security = Certificates::selfSigned();
     QVERIFY(!security.isNull());
-    const TestStore store;
+    const TestStore store(TestStore::UpdateCheck::Unset);
     const DownloadFolder folder;
     MessageBoxes boxes;
     HttpServer server(security);

@@ -123,7 +123,7 @@ int runAsProgram(int argc, char* argv[])
 {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    const TestStore store;
+    const TestStore store(TestStore::UpdateCheck::Unset);
     MessageBoxes boxes;
     boxes.answer(QMessageBox::Yes);
     DlgCheckForUpdates dialog(QStringLiteral("QorMonitor"), nullptr);

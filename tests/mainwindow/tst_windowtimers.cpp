@@ -65,7 +65,7 @@ private slots:
     void windowMayEndBeforeTheCheck();
 
 private:
-    TestStore m_store;
+    TestStore m_store { TestStore::UpdateCheck::Unset };
 };
 
 void TestWindowTimers::secondTimerDrivesNothing()
@@ -94,7 +94,6 @@ void TestWindowTimers::secondTimerDrivesNothing()
 
 void TestWindowTimers::updateIsCheckedOnce()
 {
-    QSettings().remove(QStringLiteral("AutoCheckUpdates"));
     const RefusingProxy proxy;
     QElapsedTimer elapsed;
     const MainWinQorMonitor window;
@@ -118,7 +117,6 @@ void TestWindowTimers::switchedOffCheckAsksNobody()
 
 void TestWindowTimers::windowMayEndBeforeTheCheck()
 {
-    QSettings().remove(QStringLiteral("AutoCheckUpdates"));
     const RefusingProxy proxy;
     {
         const MainWinQorMonitor window;

@@ -4,7 +4,8 @@
 #include <QCoreApplication>
 #include <QSettings>
 
-TestStore::TestStore()
+TestStore::TestStore(UpdateCheck updateCheck)
+    : m_updateCheck(updateCheck)
 {
     QSettings::setDefaultFormat(QSettings::IniFormat);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_directory.path());
@@ -22,8 +23,8 @@ void TestStore::clear()
 {
     QSettings settings;
     settings.clear();
-    // No window that a test makes may ask the update server, unless the test is about that.
-    settings.setValue(QStringLiteral("AutoCheckUpdates"), false);
+    if (m_updateCheck == UpdateCheck::Off)
+        settings.setValue(QStringLiteral("AutoCheckUpdates"), false);
     settings.sync();
 }
 

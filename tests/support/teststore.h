@@ -5,10 +5,17 @@
 #include <QVariantMap>
 
 // Gives the test's process a default settings store of its own, under the program's names, in a temporary
-// folder. It holds nothing but that the update check is off. Make it before the first QSettings.
+// folder. Make it before the first QSettings.
 class TestStore {
 public:
-    TestStore();
+    // What an empty store holds: nothing, or that the update check is off, so that no window that a test
+    // makes asks the update server.
+    enum class UpdateCheck {
+        Off,
+        Unset,
+    };
+
+    explicit TestStore(UpdateCheck updateCheck = UpdateCheck::Off);
 
     QString filePath() const;
     void clear();
@@ -17,4 +24,5 @@ public:
 
 private:
     QTemporaryDir m_directory;
+    UpdateCheck m_updateCheck;
 };

@@ -39,7 +39,7 @@ public:
     bool isBusy() const { return !button("pushButtonCheckNow")->isEnabled(); }
     DlgDownloadMonitor* monitor() const;
 
-    TestStore store;
+    TestStore store { TestStore::UpdateCheck::Unset };
     DownloadFolder folder;
     HttpServer server;
     MessageBoxes boxes;
