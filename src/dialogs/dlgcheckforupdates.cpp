@@ -13,6 +13,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+#include <utility>
+
 namespace {
 
 const auto autoCheckKey = QStringLiteral("AutoCheckUpdates");
@@ -47,10 +49,10 @@ QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, con
 
 } // namespace
 
-DlgCheckForUpdates::DlgCheckForUpdates(const QString& appName, QWidget* parent)
+DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::DlgCheckForUpdates>())
-    , m_appName(appName)
+    , m_appName(std::move(appName))
     , m_downloader(new FileDownloader(parent))
     , m_messageParent(parent)
     , m_downloadMonitor(new DlgDownloadMonitor(this))
@@ -219,7 +221,7 @@ QString DlgCheckForUpdates::saveDownloadedFile(const QString& path)
         file.flush();
     }
     if (file.error() != QFileDevice::NoError) {
-        const QString reason = file.errorString();
+        QString reason = file.errorString();
         // Half an installer is nothing to leave behind. Removed by name, since an open file that cannot be
         // written to its end refuses.
         const bool begun = file.isOpen();

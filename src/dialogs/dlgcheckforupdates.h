@@ -25,7 +25,7 @@ class DlgCheckForUpdates : public QDialog {
 public:
     // appName is the title of most message boxes and the beginning of the description's file name; parent
     // is the parent of these boxes.
-    DlgCheckForUpdates(const QString& appName, QWidget* parent);
+    DlgCheckForUpdates(QString appName, QWidget* parent);
     ~DlgCheckForUpdates() override;
     Q_DISABLE_COPY_MOVE(DlgCheckForUpdates)
 
