@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Units that go while they are worked on, and links that refuse: nothing dangles and nothing is lost.
 #include "managedwindow.h"
-#include "messageboxanswer.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "support/messageboxes.h"
 #include "support/teststore.h"
 
 #include <QSettings>
@@ -201,15 +201,17 @@ void TestDeviceManagerSafety::listChangesBehindTheDuplicateWarning()
     managed.clickRow(unit);
     managed.enter(QStringLiteral("127.0.0.1"), QStringLiteral("5566"), QStringLiteral("81"));
     const QString stored = storedUnits();
-    const MessageBoxAnswer box([&] {
+    MessageBoxes boxes;
+    boxes.answer([&](QMessageBox* box) {
         if (all)
             managed.list()->clear();
         else
             managed.list()->removeDevice(unit);
         QCoreApplication::processEvents();
+        MessageBoxes::click(box, QMessageBox::Ok);
     });
     managed.click(button.constData());
-    QCOMPARE(box.m_count, 1);
+    QCOMPARE(boxes.count(), 1);
     QCOMPARE(storedUnits(), stored);
     QCOMPARE(managed.fields(), QStringLiteral("127.0.0.1 5566 81 http"));
     QCOMPARE(managed.tree()->topLevelItemCount(), all ? 0 : 1);

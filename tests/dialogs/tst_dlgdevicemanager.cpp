@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Adding and changing units by means of the entry fields.
 #include "managedwindow.h"
-#include "messageboxanswer.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "support/messageboxes.h"
 #include "support/teststore.h"
 
 #include <QSettings>
@@ -38,7 +38,7 @@ private slots:
     void dialogKeepsItsStateWhenClosed();
 
 private:
-    void compareDuplicateWarning(const MessageBoxAnswer& box, const ManagedWindow& managed);
+    void compareDuplicateWarning(const MessageBoxes& boxes, const ManagedWindow& managed);
 
     TestStore m_store;
 };
@@ -49,14 +49,15 @@ void TestDlgDeviceManager::init()
     QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
 }
 
-void TestDlgDeviceManager::compareDuplicateWarning(const MessageBoxAnswer& box, const ManagedWindow& managed)
+void TestDlgDeviceManager::compareDuplicateWarning(const MessageBoxes& boxes, const ManagedWindow& managed)
 {
-    QCOMPARE(box.m_count, 1);
-    QCOMPARE(box.m_text, duplicateText);
-    QCOMPARE(box.m_title, QStringLiteral("QorMonitor - Geräteverwaltung"));
-    QCOMPARE(box.m_icon, QMessageBox::Warning);
-    QCOMPARE(box.m_buttons, QMessageBox::Ok);
-    QCOMPARE(box.m_parent, static_cast<const QObject*>(managed.dialog()));
+    QCOMPARE(boxes.count(), 1);
+    const MessageBoxes::Box box = boxes.seen().first();
+    QCOMPARE(box.text, duplicateText);
+    QCOMPARE(box.title, QStringLiteral("QorMonitor - Geräteverwaltung"));
+    QCOMPARE(box.icon, QMessageBox::Warning);
+    QCOMPARE(box.buttons, QMessageBox::Ok);
+    QCOMPARE(box.parent, static_cast<const QWidget*>(managed.dialog()));
 }
 
 void TestDlgDeviceManager::entryBecomesAUnit_data()
@@ -126,9 +127,9 @@ void TestDlgDeviceManager::sameHostAndPortIsRefused()
                   QStringLiteral("https"));
     const QString entered = managed.fields();
     const QString before = storedUnits();
-    const MessageBoxAnswer box;
+    const MessageBoxes boxes;
     managed.click("AddHost");
-    compareDuplicateWarning(box, managed);
+    compareDuplicateWarning(boxes, managed);
     QCOMPARE(managed.list()->count(), 1);
     QCOMPARE(managed.fields(), entered);
     QCOMPARE(managed.enabledButtons(), unitLoaded);
@@ -200,9 +201,9 @@ void TestDlgDeviceManager::changeToAnotherUnitsEntryIsRefused()
     managed.clickRow(unit);
     managed.enter(QStringLiteral("127.0.0.1"), QStringLiteral("5566"), QStringLiteral("81"));
     const QString before = storedUnits();
-    const MessageBoxAnswer box;
+    const MessageBoxes boxes;
     managed.click("ChangeHost");
-    compareDuplicateWarning(box, managed);
+    compareDuplicateWarning(boxes, managed);
     QCOMPARE(storedUnits(), before);
     QCOMPARE(unit->webPort(), 80);
     QCOMPARE(managed.fields(), QStringLiteral("127.0.0.1 5566 81 http"));
