@@ -6,7 +6,10 @@
 #include <QApplication>
 #include <QFile>
 #include <QGenericPlugin>
+#include <QIcon>
+#include <QImage>
 #include <QSocketNotifier>
+#include <QTreeWidget>
 #include <QWidget>
 
 #include <cstdio>
@@ -28,6 +31,33 @@ QByteArray stateOf(const QWidget* window)
     if (!window->isVisible())
         return "hidden";
     return window->isMinimized() ? "minimised" : "shown";
+}
+
+QImage imageOf(const QIcon& icon)
+{
+    return icon.pixmap(32).toImage();
+}
+
+// What the start has set for the whole program; empty for any other order.
+QByteArray applicationProperty(const QByteArray& order)
+{
+    if (order == "domain")
+        return QCoreApplication::organizationDomain().toUtf8();
+    if (order == "fallback")
+        return QGuiApplication::isFallbackSessionManagementEnabled() ? "on" : "off";
+    if (order == "icon")
+        return imageOf(QApplication::windowIcon()) == imageOf(QIcon(QStringLiteral(":/favicon.png")))
+            ? "favicon"
+            : "other";
+    return {};
+}
+
+// Switches the monitoring of the first unit over, as a double click on its row in the device manager does.
+void toggleMonitoring(const QWidget* window)
+{
+    const auto* manager = window->findChild<QWidget*>(QStringLiteral("DlgDeviceManager"));
+    auto* tree = manager->findChild<QTreeWidget*>(QStringLiteral("treeWidget"));
+    emit tree->itemDoubleClicked(tree->topLevelItem(0), 0);
 }
 
 } // namespace
@@ -68,10 +98,14 @@ private:
             return stateOf(window);
         if (order == "cancel")
             return QCoreApplication::translate("QPlatformTheme", "Cancel").toUtf8();
+        if (const QByteArray property = applicationProperty(order); !property.isEmpty())
+            return property;
         if (order == "minimise")
             window->showMinimized();
         else if (order == "close")
             window->close();
+        else if (order == "monitor")
+            toggleMonitoring(window);
         else if (order == "exit")
             window->findChild<QAction*>(QStringLiteral("actionExit"))->trigger();
         else

@@ -5,7 +5,7 @@
 #include <QSettings>
 #include <QTest>
 
-void MonitorHome::writeUnit(int index, int zmqPort) const
+void MonitorHome::writeUnit(int index, int zmqPort, bool monitored) const
 {
     QSettings store(storePath(), QSettings::IniFormat);
     store.setValue(QStringLiteral("AutoCheckUpdates"), false);
@@ -14,10 +14,11 @@ void MonitorHome::writeUnit(int index, int zmqPort) const
     store.setValue(QStringLiteral("ZmqPort"), zmqPort);
     store.setValue(QStringLiteral("WebPort"), 80);
     store.setValue(QStringLiteral("WebScheme"), QStringLiteral("http"));
-    store.setValue(QStringLiteral("Monitored"), true);
+    store.setValue(QStringLiteral("Monitored"), monitored);
 }
 
-MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& arguments)
+MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& arguments,
+                               const QString& messagePattern)
 {
     // No test asks the update server.
     QSettings(home.storePath(), QSettings::IniFormat).setValue(QStringLiteral("AutoCheckUpdates"), false);
@@ -27,7 +28,10 @@ MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& argum
     environment.insert(QStringLiteral("QT_PLUGIN_PATH"), QStringLiteral(MONITOR_DRIVER_PATH));
     environment.insert(QStringLiteral("QT_FORCE_STDERR_LOGGING"), QStringLiteral("1"));
     environment.remove(QStringLiteral("QT_LOGGING_RULES"));
-    environment.remove(QStringLiteral("QT_MESSAGE_PATTERN"));
+    const auto patternVariable = QStringLiteral("QT_MESSAGE_PATTERN");
+    environment.remove(patternVariable);
+    if (!messagePattern.isEmpty())
+        environment.insert(patternVariable, messagePattern);
     for (const auto& variable : { "HOME", "TMPDIR", "XDG_RUNTIME_DIR" })
         environment.insert(QLatin1String(variable), home.path());
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path(QStringLiteral("config")));

@@ -11,8 +11,8 @@ public:
     QString path(const QString& name = {}) const { return m_directory.filePath(name); }
     QString storePath() const { return path(QStringLiteral("config/Varko/QorMonitor.conf")); }
     QString socketPath() const { return path(QStringLiteral("qor-monitor")); }
-    // Writes the group "Device<index>" of a monitored unit on the loopback address.
-    void writeUnit(int index, int zmqPort) const;
+    // Writes the group "Device<index>" of a unit on the loopback address.
+    void writeUnit(int index, int zmqPort, bool monitored = true) const;
 
 private:
     QTemporaryDir m_directory;
@@ -23,7 +23,9 @@ class MonitorProcess {
 public:
     static constexpr int timeoutMs = 20000;
 
-    explicit MonitorProcess(const MonitorHome& home, const QStringList& arguments = {});
+    // Each message is logged by the pattern, if there is one; else as the toolkit does by itself.
+    explicit MonitorProcess(const MonitorHome& home, const QStringList& arguments = {},
+                            const QString& messagePattern = {});
     ~MonitorProcess();
     Q_DISABLE_COPY_MOVE(MonitorProcess)
 

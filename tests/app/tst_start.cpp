@@ -14,6 +14,8 @@ namespace {
 constexpr int exceptionCode = 255;
 // The one port that a link refuses to connect to, by an exception.
 constexpr int refusedPort = -5;
+// Shows the level of each message and where it begins.
+const auto levelPattern = QStringLiteral("<%{type}>%{message}");
 const auto exceptionLine = QStringLiteral("main: Error, exception caught!");
 
 QStringList linesOf(const QString& log)
@@ -27,14 +29,18 @@ class TestStart : public QObject {
 
 private slots:
     void bannerComesFirst();
+    void ownMessagesAreDebugMessages();
     void regularEndReportsZero();
     void settingsLieUnderTheProgramsNames();
     void exceptionEndsTheProgram_data();
     void exceptionEndsTheProgram();
+    void exceptionOfTheEventLoopEndsTheProgram();
     void argumentsAreNotParsed_data();
     void argumentsAreNotParsed();
     void closingTheWindowLeavesTheProgramRunning();
     void translationIsFound();
+    void applicationIsSetUp_data();
+    void applicationIsSetUp();
 };
 
 void TestStart::bannerComesFirst()
@@ -56,6 +62,29 @@ void TestStart::bannerComesFirst()
     QCOMPARE(lines.at(8), QString());
     QVERIFY(!lines.at(9).isEmpty());
     QCOMPARE(monitor.log().count(QStringLiteral("Version 1.045")), 1);
+}
+
+void TestStart::ownMessagesAreDebugMessages()
+{
+    const MonitorHome home;
+    MonitorProcess monitor(home, {}, levelPattern);
+    QVERIFY(monitor.waitForWindow());
+    // The banner is the first message, and a single one.
+    const QStringList lines = linesOf(monitor.log());
+    QVERIFY(lines.size() > 9);
+    QCOMPARE(lines.at(0), QStringLiteral("<debug>"));
+    QCOMPARE(lines.mid(0, 9).join(QString()).count(QLatin1Char('<')), 1);
+    QVERIFY(lines.at(9).startsWith(QLatin1String("<debug>SingleInstanceApp::init()")));
+    QCOMPARE(monitor.order("exit"), QByteArray("done"));
+    QCOMPARE(monitor.waitForExitCode(), 0);
+    QVERIFY(monitor.log().endsWith(QLatin1String("\n<debug>main: exit 0\n")));
+
+    home.writeUnit(0, refusedPort);
+    MonitorProcess failing(home, {}, levelPattern);
+    QCOMPARE(failing.waitForExitCode(), exceptionCode);
+    QVERIFY2(failing.log().endsWith(QStringLiteral("\n<debug>") + exceptionLine
+                                    + QStringLiteral("\n<debug>main: exit -1\n")),
+             qPrintable(failing.log()));
 }
 
 void TestStart::regularEndReportsZero()
@@ -104,6 +133,20 @@ void TestStart::exceptionEndsTheProgram()
     QVERIFY(!QFileInfo::exists(home.socketPath()));
 }
 
+void TestStart::exceptionOfTheEventLoopEndsTheProgram()
+{
+    const MonitorHome home;
+    home.writeUnit(0, refusedPort, false);
+    MonitorProcess monitor(home);
+    QVERIFY(monitor.waitForWindow());
+    // No answer, for the order ends the program.
+    QCOMPARE(monitor.order("monitor"), QByteArray());
+    QCOMPARE(monitor.waitForExitCode(), exceptionCode);
+    QVERIFY2(monitor.log().endsWith(QLatin1Char('\n') + exceptionLine + QStringLiteral("\nmain: exit -1\n")),
+             qPrintable(monitor.log()));
+    QVERIFY(!QFileInfo::exists(home.socketPath()));
+}
+
 void TestStart::argumentsAreNotParsed_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -144,6 +187,26 @@ void TestStart::translationIsFound()
     QVERIFY(monitor.waitForWindow());
     QVERIFY(!monitor.log().contains(QLatin1String("can't load translator file")));
     QCOMPARE(monitor.order("cancel"), QByteArray("Abbrechen"));
+}
+
+void TestStart::applicationIsSetUp_data()
+{
+    QTest::addColumn<QByteArray>("order");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("domain") << QByteArray("domain") << Contact::Maker::domain.toUtf8();
+    QTest::newRow("icon of windows without their own") << QByteArray("icon") << QByteArray("favicon");
+    QTest::newRow("windows at the session's end are left alone")
+        << QByteArray("fallback") << QByteArray("off");
+}
+
+void TestStart::applicationIsSetUp()
+{
+    QFETCH(const QByteArray, order);
+    QFETCH(const QByteArray, answer);
+    const MonitorHome home;
+    MonitorProcess monitor(home);
+    QVERIFY(monitor.waitForWindow());
+    QCOMPARE(monitor.order(order), answer);
 }
 
 QTEST_GUILESS_MAIN(TestStart)

@@ -18,6 +18,7 @@ namespace {
 const auto endLine = QStringLiteral("QorInterface::run(): thread closed!");
 const auto disconnectLine = QStringLiteral("QorInterface::disconnectQor()");
 const auto disconnectedEntry = QStringLiteral("state Getrennt");
+const auto pendingEntry = QStringLiteral("state Warte auf Verbindung ...");
 const auto connectedEntry = QStringLiteral("state Verbunden");
 
 // A text that a unit may well send, and that its record says nothing about in the log.
@@ -34,6 +35,7 @@ private slots:
     void waitsForAServerThatIsNoPublisher();
     void silenceDisconnectsAndTheNextTextConnects();
     void silentUnitIsStoppedForGood();
+    void silenceIsNotCarriedOverToTheNextConnect();
 };
 
 void TestLinkSilence::nobodyHearsAnUnmonitoredUnit()
@@ -162,6 +164,23 @@ void TestLinkSilence::silentUnitIsStoppedForGood()
     QVERIFY(publishers[2].waitForUnsubscriber());
     QCOMPARE(log.count(QtDebugMsg, disconnectLine), 3);
     QCOMPARE(log.count(QtDebugMsg, endLine), 3);
+}
+
+void TestLinkSilence::silenceIsNotCarriedOverToTheNextConnect()
+{
+    Publisher publisher;
+    LinkedUnit unit(publisher.port());
+    unit.device->setMonitored(true);
+    QVERIFY(publisher.waitForSubscriber());
+    publisher.send(statusReport);
+    QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+    unit.device->setMonitored(false);
+    const SignalJournal journal(unit.link);
+    unit.device->setMonitored(true);
+    QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+    // Past the time that the last text of the old connection had.
+    QVERIFY(!QTest::qWaitFor([&] { return unit.link.state() != QorInterface::Pending; }, 6000));
+    QCOMPARE(journal.entries.filter(QStringLiteral("state ")), QStringList(pendingEntry));
 }
 
 QTEST_GUILESS_MAIN(TestLinkSilence)

@@ -16,6 +16,7 @@ class TestQorInterface : public QObject {
 private slots:
     void startsIdle();
     void registersItsStates();
+    void declaresItsSignalsInOrder();
     void settersAnnounceChanges();
     void emptyHostIsNotConnected();
     void unknownHostIsNotConnected();
@@ -47,6 +48,20 @@ void TestQorInterface::registersItsStates()
     QCOMPARE(states.keyToValue("Disconnected"), 0);
     QCOMPARE(states.keyToValue("Pending"), 1);
     QCOMPARE(states.keyToValue("Connected"), 2);
+}
+
+void TestQorInterface::declaresItsSignalsInOrder()
+{
+    const QMetaObject& meta = QorInterface::staticMetaObject;
+    QByteArrayList signatures;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        if (meta.method(i).methodType() == QMetaMethod::Signal)
+            signatures.append(meta.method(i).methodSignature());
+    }
+    // Behind them come those of its own use.
+    QCOMPARE(signatures.mid(0, 5),
+             QByteArrayList({ "receiveQorMessage(QByteArray)", "connectStateChanged()",
+                              "hostChanged(QString)", "portChanged()", "ipAddressChanged(QString)" }));
 }
 
 void TestQorInterface::settersAnnounceChanges()

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <mutex>
 #include <utility>
 
@@ -27,6 +28,10 @@ struct {
     int errorBetweenFrames = 0;
     QVector<zmqfaults::Record> records;
     QVector<QPair<int, int>> contextOptions;
+    QVector<zmqfaults::SocketOption> socketOptions;
+    QVector<std::chrono::steady_clock::time_point> receiveTimes;
+    // The sockets that are open, of those that only links make.
+    QVector<void*> subscribers;
 } book;
 
 // Enters the call; false, and errno set, when it is to fail.
@@ -37,6 +42,8 @@ bool admit(Call call, void* socket = nullptr, const char* endpoint = nullptr)
     ++book.counts.at(kind);
     if (call != Call::Receive)
         book.records.append({ call, endpoint, QThread::currentThreadId(), socket });
+    else
+        book.receiveTimes.append(std::chrono::steady_clock::now());
     if (book.errors.at(kind) == 0)
         return true;
     errno = std::exchange(book.errors.at(kind), 0);
@@ -61,6 +68,8 @@ void reset()
     book.errorBetweenFrames = 0;
     book.records.clear();
     book.contextOptions.clear();
+    book.socketOptions.clear();
+    book.receiveTimes.clear();
 }
 
 void failNext(Call call, int error)
@@ -100,6 +109,23 @@ QVector<QPair<int, int>> contextOptions()
     return book.contextOptions;
 }
 
+QVector<SocketOption> socketOptions()
+{
+    const std::lock_guard lock(book.mutex);
+    return book.socketOptions;
+}
+
+QVector<qint64> receiveGaps()
+{
+    const std::lock_guard lock(book.mutex);
+    QVector<qint64> gaps;
+    for (int i = 1; i < book.receiveTimes.size(); ++i) {
+        const auto gap = book.receiveTimes.at(i) - book.receiveTimes.at(i - 1);
+        gaps.append(std::chrono::duration_cast<std::chrono::microseconds>(gap).count());
+    }
+    return gaps;
+}
+
 } // namespace zmqfaults
 
 // The program's own references are bound to these before the library's.
@@ -121,12 +147,24 @@ int zmq_ctx_set(void* context, int option, int value)
 
 void* zmq_socket(void* context, int type)
 {
-    const bool ownBusiness = type != ZMQ_SUB || admit(Call::NewSocket);
-    return ownBusiness ? original<decltype(zmq_socket)>("zmq_socket")(context, type) : nullptr;
+    if (type == ZMQ_SUB && !admit(Call::NewSocket))
+        return nullptr;
+    void* const socket = original<decltype(zmq_socket)>("zmq_socket")(context, type);
+    if (type == ZMQ_SUB) {
+        const std::lock_guard lock(book.mutex);
+        book.subscribers.append(socket);
+    }
+    return socket;
 }
 
 int zmq_setsockopt(void* socket, int option, const void* value, size_t size)
 {
+    {
+        const std::lock_guard lock(book.mutex);
+        if (book.subscribers.contains(socket))
+            book.socketOptions.append(
+                { option, QByteArray(static_cast<const char*>(value), static_cast<int>(size)) });
+    }
     if (option == ZMQ_SUBSCRIBE && !admit(Call::Subscribe, socket))
         return -1;
     return original<decltype(zmq_setsockopt)>("zmq_setsockopt")(socket, option, value, size);
@@ -148,6 +186,11 @@ int zmq_disconnect(void* socket, const char* endpoint)
 
 int zmq_close(void* socket)
 {
+    {
+        // Its place may be taken by a socket that is no link's.
+        const std::lock_guard lock(book.mutex);
+        book.subscribers.removeAll(socket);
+    }
     return admit(Call::CloseSocket, socket) ? original<decltype(zmq_close)>("zmq_close")(socket) : -1;
 }
 

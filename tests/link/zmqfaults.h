@@ -5,8 +5,9 @@
 #include <QVector>
 
 // Stands between the program under test and the ZeroMQ library: counts and keeps the calls that a link
-// makes, and has the next of a kind fail. What a link does not do, as a publisher's blocking receive, goes
-// straight through. May be used from any thread.
+// makes, with every option that it sets, and has the next of a kind fail. What a link does not do, as a
+// publisher's blocking receive or the options of its socket, goes straight through. May be used from any
+// thread.
 namespace zmqfaults {
 
 enum class Call { NewContext, NewSocket, Subscribe, Connect, Disconnect, CloseSocket, InitMessage, Receive };
@@ -17,6 +18,11 @@ struct Record {
     QByteArray endpoint;
     Qt::HANDLE thread;
     void* socket;
+};
+
+struct SocketOption {
+    int option;
+    QByteArray value;
 };
 
 // Forgets the calls and the failures that have not come up yet.
@@ -32,5 +38,9 @@ int count(Call call);
 QVector<Record> records();
 // The option calls zmq_ctx_set(option, value), in their order.
 QVector<QPair<int, int>> contextOptions();
+// All options of the subscriber sockets, whichever they are, in their order.
+QVector<SocketOption> socketOptions();
+// The microseconds from each receive to the next.
+QVector<qint64> receiveGaps();
 
 } // namespace zmqfaults
