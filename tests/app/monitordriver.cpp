@@ -8,7 +8,10 @@
 #include <QGenericPlugin>
 #include <QIcon>
 #include <QImage>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QWidget>
 
@@ -24,6 +27,13 @@ QWidget* mainWindow()
             return window;
     }
     return nullptr;
+}
+
+// The class of the modal window that has to be dealt with first.
+QByteArray modalWindow()
+{
+    const QWidget* modal = QApplication::activeModalWidget();
+    return modal ? modal->metaObject()->className() : "none";
 }
 
 QByteArray stateOf(const QWidget* window)
@@ -100,6 +110,11 @@ private:
             return QCoreApplication::translate("QPlatformTheme", "Cancel").toUtf8();
         if (const QByteArray property = applicationProperty(order); !property.isEmpty())
             return property;
+        if (order == "modal")
+            return modalWindow();
+        const QList<QByteArray> words = order.split(' ');
+        if (words.size() > 1)
+            return work(window->findChild<QObject*>(QString::fromUtf8(words.at(1))), words);
         if (order == "minimise")
             window->showMinimized();
         else if (order == "close")
@@ -108,6 +123,21 @@ private:
             toggleMonitoring(window);
         else if (order == "exit")
             window->findChild<QAction*>(QStringLiteral("actionExit"))->trigger();
+        else
+            return "unknown order";
+        return "done";
+    }
+
+    // "trigger <action>", "click <button>" or "enter <field> <text>".
+    static QByteArray work(QObject* object, const QList<QByteArray>& words)
+    {
+        // Only after the answer: it may be long until a dialog lets go of the program.
+        if (auto* action = qobject_cast<QAction*>(object); action && words.first() == "trigger")
+            QTimer::singleShot(0, action, &QAction::trigger);
+        else if (auto* button = qobject_cast<QPushButton*>(object); button && words.first() == "click")
+            QTimer::singleShot(0, button, &QPushButton::click);
+        else if (auto* field = qobject_cast<QLineEdit*>(object); field && words.first() == "enter")
+            field->setText(QString::fromUtf8(words.value(2)));
         else
             return "unknown order";
         return "done";

@@ -46,6 +46,7 @@ class TestMessageList : public QObject {
 private slots:
     void init() { m_store.clear(); }
     void listHasThreeColumns();
+    void timeHasTheWholeColumn();
     void noUnitGivesNoRows();
     void unmonitoredUnitGivesNoRows();
     void classDecidesTheColour_data();
@@ -77,6 +78,18 @@ void TestMessageList::listHasThreeColumns()
     QCOMPARE(list->columnWidth(1), 200);
     QVERIFY(list->header()->stretchLastSection());
     QVERIFY(!list->isSortingEnabled());
+}
+
+void TestMessageList::timeHasTheWholeColumn()
+{
+    MainWinQorMonitor window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTreeWidget* list = messageList(window);
+    list->addTopLevelItem(new QTreeWidgetItem({ QStringLiteral("2025-03-01 07:08:09") }));
+    // No place for branches: the rows have none, and the time would not fit beside it.
+    QVERIFY(!list->rootIsDecorated());
+    QCOMPARE(list->visualRect(list->model()->index(0, 0)).width(), list->columnWidth(0));
 }
 
 void TestMessageList::noUnitGivesNoRows()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What ties the rows of the message list to their units, for as long as both live.
+#include "browser.h"
 #include "unitwindow.h"
 
 #include "devices/device.h"
@@ -9,9 +10,7 @@
 #include "support/teststore.h"
 
 #include <QBrush>
-#include <QDesktopServices>
 #include <QPointer>
-#include <QUrl>
 #include <QtTest>
 
 #include <memory>
@@ -25,32 +24,6 @@ Device* unitOf(const QTreeWidgetItem* row)
     return row->data(0, Qt::UserRole).value<Device*>();
 }
 } // namespace
-
-// Takes the place of the user's browser.
-class Browser : public QObject {
-    Q_OBJECT
-
-public:
-    Browser()
-    {
-        for (const QString& scheme : schemes)
-            QDesktopServices::setUrlHandler(scheme, this, "open");
-    }
-    ~Browser() override
-    {
-        for (const QString& scheme : schemes)
-            QDesktopServices::unsetUrlHandler(scheme);
-    }
-    Q_DISABLE_COPY_MOVE(Browser)
-
-    QList<QUrl> opened;
-
-public slots:
-    void open(const QUrl& url) { opened << url; }
-
-private:
-    const QStringList schemes { QStringLiteral("http"), QStringLiteral("https") };
-};
 
 class TestMessageRows : public QObject {
     Q_OBJECT

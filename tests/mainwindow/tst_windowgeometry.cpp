@@ -36,6 +36,20 @@ void triggerExit(MainWinQorMonitor& window)
     exitAction(window)->trigger();
 }
 
+// Notes where each window is as it is shown.
+class ShowWatch : public QObject {
+public:
+    ShowWatch() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* window = qobject_cast<QMainWindow*>(watched);
+        if (window && event->type() == QEvent::Show)
+            m_places << window->geometry();
+        return QObject::eventFilter(watched, event);
+    }
+    QList<QRect> m_places;
+};
+
 void callExit(MainWinQorMonitor& window)
 {
     window.exitApplication();
@@ -50,6 +64,7 @@ private slots:
     void firstWindowHasTheFormsSize_data();
     void firstWindowHasTheFormsSize();
     void exitStoresAndANewWindowRestores();
+    void alertAtStartFindsTheStoredPlace();
     void disabledExitDoesNothing();
     void nothingElseStores();
     void otherEndKeepsWhatIsStored();
@@ -93,6 +108,23 @@ void TestWindowGeometry::exitStoresAndANewWindowRestores()
     next.show();
     QVERIFY(QTest::qWaitForWindowExposed(&next));
     QCOMPARE(next.geometry(), place);
+}
+
+void TestWindowGeometry::alertAtStartFindsTheStoredPlace()
+{
+    {
+        MainWinQorMonitor window;
+        window.setGeometry(place);
+        callExit(window);
+    }
+    // Not connected yet, which is an alert; a unit's own one comes before it is in the list.
+    for (int i = 0; i < 2; ++i)
+        m_store.writeUnit(
+            i, { { QStringLiteral("Host"), QStringLiteral("127.0.0.1") }, { QStringLiteral("ZmqPort"), i } });
+    const ShowWatch watch;
+    const MainWinQorMonitor window;
+    QVERIFY(window.isVisible());
+    QCOMPARE(watch.m_places, QList<QRect>({ place }));
 }
 
 void TestWindowGeometry::disabledExitDoesNothing()
