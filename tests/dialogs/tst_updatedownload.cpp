@@ -98,7 +98,8 @@ void TestUpdateDownload::secondCheckDuringTheTransferChangesNothing()
     fixture.server.cut();
     QTRY_COMPARE(fixture.boxes.count(), 2);
     QCOMPARE(fixture.boxes.lastText(), failed);
-    QCOMPARE(fixture.server.requests().size(), 2);
+    // The toolkit may ask for the installer again when its connection is lost.
+    QCOMPARE(fixture.server.requestCount("QorMonitorUpdate.info"), 1);
 }
 
 void TestUpdateDownload::withoutContentLengthTheBarStaysUndetermined()
