@@ -86,8 +86,9 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
 {
     if (!interactive && !m_ui->checkBoxAutoCheck->isChecked())
         return;
-    // The busy flag is down while an installer is loading, but that transfer is not to be disturbed.
-    if (m_downloader->isBusy() || m_downloader->currentReply() || m_asking)
+    // The busy flag is down while an installer is loading and while a box tells of its end, but neither the
+    // transfer is to be disturbed nor the installation to be begun twice.
+    if (m_downloader->isBusy() || m_downloader->currentReply() || m_downloader->isReporting())
         return;
     m_interactive = interactive;
     if (m_serverUrls.isEmpty())
@@ -178,16 +179,12 @@ void DlgCheckForUpdates::offerVersion(const QString& versionNo)
 {
     const QString fileName = m_fileName;
     const QPointer<DlgCheckForUpdates> self(this);
-    m_asking = true;
     const auto answer
         = showBox(m_messageParent, QMessageBox::Question, m_appName,
                   tr("Eine neue Version %1 von %2 ist verfügbar.\nMöchten Sie diese Version herunterladen?")
                       .arg(versionNo, m_appName),
                   QMessageBox::Yes | QMessageBox::No);
-    if (!self)
-        return;
-    m_asking = false;
-    if (answer == QMessageBox::Yes)
+    if (self && answer == QMessageBox::Yes)
         downloadUpdateFile(fileName);
 }
 

@@ -31,8 +31,8 @@ public:
 
     // A base URL that ends in "/"; only the first one is used.
     void addServerUrl(const QString& url);
-    // Loads and evaluates the update description, unless a transfer is running. A check that is not
-    // interactive does nothing when it is switched off, and says little.
+    // Loads and evaluates the update description, unless a transfer is running or a box tells of its end. A
+    // check that is not interactive does nothing when it is switched off, and says little.
     void checkForUpdates(bool interactive);
     // Loads the installer of this name and shows the progress.
     void downloadUpdateFile(const QString& fileName);
@@ -63,6 +63,4 @@ private:
     bool m_fileDownload = false;
     QString m_downloadDir;
     QString m_fileName;
-    // While the question is open, no other check may come between it and its answer.
-    bool m_asking = false;
 };

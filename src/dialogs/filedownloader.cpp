@@ -6,9 +6,12 @@
 namespace {
 
 // The network classes may ask again when a connection is lost, and then now and then end without an error
-// and with a part of the bytes. The length is not announced for bytes that were unpacked on the way.
+// and with a part of the bytes. The length is not announced for bytes that were unpacked on the way, and
+// means nothing for a body that comes in chunks.
 bool isComplete(const QNetworkReply* reply, const QByteArray& data)
 {
+    if (reply->rawHeader("Transfer-Encoding").toLower().contains("chunked"))
+        return true;
     const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
     return !length.isValid() || length.toLongLong() == data.size();
 }

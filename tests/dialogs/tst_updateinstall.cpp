@@ -18,6 +18,7 @@ private slots:
     void installerIsSavedAndStarted();
     void existingFileIsReplaced();
     void fileThatDoesNotStartEndsTheProgramAnyway();
+    void automaticCheckInTheLastBoxInstallsNothingTwice();
     void installerOutlivesTheProgram();
 };
 
@@ -89,6 +90,27 @@ void TestUpdateInstall::fileThatDoesNotStartEndsTheProgramAnyway()
     fixture.server.setAnswer("setup.sh", { "#!/nonexistent/interpreter\n" });
     QCOMPARE(runProgram(&fixture), 0);
     QCOMPARE(fixture.boxes.count(), 2);
+}
+
+void TestUpdateInstall::automaticCheckInTheLastBoxInstallsNothingTwice()
+{
+    UpdateFixture fixture;
+    fixture.server.setAnswer("setup.sh", { "#!/bin/sh\necho started >> \"${0%/*}/mark\"\n" });
+    fixture.boxes.answer(QMessageBox::Yes);
+    // The user was quicker than the check after the start of the program.
+    fixture.boxes.answer([&](QMessageBox* box) {
+        fixture.dialog->checkForUpdates(false);
+        // Long enough for a description to arrive.
+        QTimer::singleShot(500, box, [box] { MessageBoxes::click(box, QMessageBox::Ok); });
+    });
+    fixture.boxes.answer(QMessageBox::Yes);
+    fixture.publish("1.05", "setup.sh");
+    QTimer::singleShot(0, fixture.dialog.get(), [&] { fixture.dialog->checkForUpdates(true); });
+    QTimer::singleShot(20000, fixture.dialog.get(), [] { QCoreApplication::exit(timedOut); });
+    QCOMPARE(QCoreApplication::exec(), 0);
+    QTRY_COMPARE(fixture.folder.read(QStringLiteral("mark")), QByteArray("started\n"));
+    QCOMPARE(fixture.boxes.count(), 2);
+    QCOMPARE(fixture.server.requestCount("QorMonitorUpdate.info"), 1);
 }
 
 void TestUpdateInstall::installerOutlivesTheProgram()

@@ -3,6 +3,9 @@
 
 #include <QtTest>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 // Runs the tool that writes update descriptions and reads what it wrote as the program does.
 class TestWriteUpdateInfo : public QObject {
     Q_OBJECT
@@ -14,6 +17,10 @@ private slots:
     void todayIsTheDefaultDate();
     void badArguments_data();
     void badArguments();
+    void installerIsNotOverwritten_data();
+    void installerIsNotOverwritten();
+    void failedRunKeepsTheOldDescription();
+    void folderThatCannotBeWritten();
 };
 
 namespace {
@@ -40,9 +47,15 @@ QByteArray read(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+bool write(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
 bool touch(const QString& path)
 {
-    return QFile(path).open(QIODevice::WriteOnly);
+    return write(path, {});
 }
 
 struct Info {
@@ -127,6 +140,12 @@ void TestWriteUpdateInfo::badArguments_data()
     QTest::newRow("version with a comma") << version("1,05") << good;
     QTest::newRow("version zero") << version("0.0") << good;
     QTest::newRow("version not finite") << version("inf") << good;
+    // Digits to this tool, but not to the program.
+    QTest::newRow("version in Arabic digits")
+        << QStringList { QStringLiteral("--version"), QStringLiteral("\u0661.\u0662") } << good;
+    QTest::newRow("date in Arabic digits")
+        << version("1.05") + QStringList { QStringLiteral("--date"), QStringLiteral("\u06605. Mar 2026") }
+        << good;
     QTest::newRow("date in another form") << date("2026-03-05") << good;
     QTest::newRow("date that does not exist") << date("31. Feb 2026") << good;
     QTest::newRow("month that does not exist") << date("05. Foo 2026") << good;
@@ -154,6 +173,69 @@ void TestWriteUpdateInfo::badArguments()
     QCOMPARE(result.code, 2);
     QVERIFY2(result.error.contains("error:"), result.error.constData());
     QVERIFY(!QFile::exists(output));
+}
+
+void TestWriteUpdateInfo::installerIsNotOverwritten_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("output");
+    QTest::newRow("installer named as the output")
+        << QStringLiteral("setup.exe") << QStringLiteral("setup.exe");
+    QTest::newRow("link to the installer") << QStringLiteral("setup.exe") << QStringLiteral("link.info");
+    QTest::newRow("description given as the installer") << infoName << QString();
+}
+
+void TestWriteUpdateInfo::installerIsNotOverwritten()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, output);
+    const QTemporaryDir directory;
+    const QString installer = directory.filePath(name);
+    QVERIFY(write(installer, "installer"));
+    QVERIFY(QFile::link(installer, directory.filePath(QStringLiteral("link.info"))));
+    QStringList arguments { QStringLiteral("--version"), QStringLiteral("1.05"), installer };
+    if (!output.isEmpty())
+        arguments += { QStringLiteral("--output"), directory.filePath(output) };
+    const Result result = runTool(arguments);
+    QCOMPARE(result.code, 2);
+    QVERIFY2(result.error.contains("error:"), result.error.constData());
+    QCOMPARE(read(installer), QByteArray("installer"));
+}
+
+void TestWriteUpdateInfo::failedRunKeepsTheOldDescription()
+{
+    const QTemporaryDir directory;
+    // No text in any encoding that a description could have.
+    const QByteArray installer = QFile::encodeName(directory.path()) + "/b\xff.exe";
+    const int file = ::open(installer.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    QVERIFY(file != -1);
+    ::close(file);
+    QVERIFY(write(directory.filePath(infoName), "old"));
+    // Through the shell, since a QString cannot carry the name.
+    QProcess shell;
+    shell.setWorkingDirectory(directory.path());
+    shell.start(QStringLiteral("/bin/sh"),
+                { QStringLiteral("-c"), QStringLiteral("exec \"$0\" --version 1.05 b*.exe"),
+                  QStringLiteral(WRITE_UPDATE_INFO) });
+    QVERIFY(shell.waitForFinished(20000));
+    // The directory would not find it by this name either.
+    QCOMPARE(::unlink(installer.constData()), 0);
+    const QByteArray error = shell.readAllStandardError();
+    QVERIFY2(error.contains("error:"), error.constData());
+    QCOMPARE(shell.exitCode(), 2);
+    QCOMPARE(read(directory.filePath(infoName)), QByteArray("old"));
+}
+
+void TestWriteUpdateInfo::folderThatCannotBeWritten()
+{
+    const QTemporaryDir directory;
+    const QString installer = directory.filePath(QStringLiteral("setup.exe"));
+    QVERIFY(touch(installer));
+    const Result result
+        = runTool({ QStringLiteral("--version"), QStringLiteral("1.05"), QStringLiteral("--output"),
+                    directory.filePath(QStringLiteral("missing/x.info")), installer });
+    QCOMPARE(result.code, 2);
+    QVERIFY2(!result.error.contains("Traceback"), result.error.constData());
 }
 
 QTEST_GUILESS_MAIN(TestWriteUpdateInfo)
