@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr const char* reportedProperty = "reported";
+
 // The network classes may ask again when a connection is lost, and then now and then end without an error
 // and with a part of the bytes. The length is not announced for bytes that were unpacked on the way, and
 // means nothing for a body that comes in chunks.
@@ -52,12 +54,17 @@ void FileDownloader::cancel()
         m_reply = nullptr;
         aborted->abort();
     }
+    // A transfer that has been started inside of the report keeps its flag.
     if (!m_reply)
         setBusy(false);
 }
 
 void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
 {
+    // A transfer that is cancelled before it could fail by itself finishes twice.
+    if (pReply->property(reportedProperty).toBool())
+        return;
+    pReply->setProperty(reportedProperty, true);
     m_reply = nullptr;
     m_data = pReply->readAll();
     // The receiver may open a message box, and then much can happen before it returns.

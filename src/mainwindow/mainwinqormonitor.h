@@ -55,7 +55,8 @@ public:
     void minimizeWindow();
     // Switches the alarm sound on or off and remembers it.
     void toggleUseAudio();
-    // Shows, activates and raises the window; unless forced not while a dialog of it is in use.
+    // Shows, activates and raises the window; unless forced not while the device manager or the
+    // update dialog is the active one.
     void showWindow(bool force);
     void processTrayActivated(QSystemTrayIcon::ActivationReason reason);
     void updateActions();

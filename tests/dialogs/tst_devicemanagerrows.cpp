@@ -29,7 +29,7 @@ private slots:
     void rebuildIsLogged();
     void updateOfOneUnit();
     void updateListOnlyLogs();
-    void statusFollowsTheLink();
+    void statusFollowsTheUnitsProperties();
     void monitorActsOnTheCurrentRow();
     void doubleClickTogglesMonitoring();
     void clickLoadsTheUnit();
@@ -120,7 +120,7 @@ void TestDeviceManagerRows::updateListOnlyLogs()
     QCOMPARE(log.lines().first().text, updateLine);
 }
 
-void TestDeviceManagerRows::statusFollowsTheLink()
+void TestDeviceManagerRows::statusFollowsTheUnitsProperties()
 {
     Publisher publisher;
     ManagedWindow managed;

@@ -13,6 +13,7 @@ private slots:
     void cancelWhileIdleIsSilent();
     void cancelReportsAtOnce();
     void cancelTwiceIsHarmless();
+    void cancelBeforeTheTransferCouldFailReportsOnce();
     void transferStartedInsideTheCancelReportIsKept();
 };
 
@@ -56,6 +57,18 @@ void TestFileDownloaderCancel::cancelTwiceIsHarmless()
     downloader.download(server.url(QStringLiteral("file")));
     downloader.cancel();
     downloader.cancel();
+    QCOMPARE(spies.results(), 1);
+    QCOMPARE(spies.busy.count(), 2);
+}
+
+void TestFileDownloaderCancel::cancelBeforeTheTransferCouldFailReportsOnce()
+{
+    FileDownloader downloader(nullptr);
+    DownloaderSpies spies(&downloader);
+    downloader.download(QUrl());
+    const QPointer<QNetworkReply> reply(downloader.currentReply());
+    downloader.cancel();
+    QTRY_VERIFY(!reply);
     QCOMPARE(spies.results(), 1);
     QCOMPARE(spies.busy.count(), 2);
 }
