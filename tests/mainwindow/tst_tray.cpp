@@ -59,6 +59,7 @@ private slots:
     void minimizeActionHides();
     void disabledMinimizeDoesNothing();
     void minimizedWindowDisablesTheAction();
+    void hidingAMinimizedWindowDisablesTheAction();
     void highlightStaysTransparent();
 
 private:
@@ -245,6 +246,18 @@ void TestTray::minimizedWindowDisablesTheAction()
     window.showNormal();
     action(window, "actionUseAudio")->trigger();
     QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
+}
+
+void TestTray::hidingAMinimizedWindowDisablesTheAction()
+{
+    MainWinQorMonitor window;
+    window.showMinimized();
+    QVERIFY(window.isMinimized());
+    // Nothing has brought the action up to date yet.
+    QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
+    action(window, "actionMinimizeWindow")->trigger();
+    QVERIFY(!window.isVisible());
+    QVERIFY(!action(window, "actionMinimizeWindow")->isEnabled());
 }
 
 void TestTray::highlightStaysTransparent()
