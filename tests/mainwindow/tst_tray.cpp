@@ -4,6 +4,7 @@
 #include "unitwindow.h"
 
 #include "devices/device.h"
+#include "support/contextmarker.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
 
@@ -54,6 +55,7 @@ private slots:
     void activationShowsTheWindow();
     void activationEndsMinimizing();
     void toolTipIsAlwaysOk();
+    void textsAreTranslatable();
     void titleIsTheProgramsName();
     void closingHides();
     void minimizeActionHides();
@@ -185,6 +187,16 @@ void TestTray::toolTipIsAlwaysOk()
     QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
     window.updateTitle();
     QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
+}
+
+void TestTray::textsAreTranslatable()
+{
+    const ContextMarker marker("MainWinQorMonitor");
+    const MainWinQorMonitor window;
+    QCOMPARE(openAction(window)->text(), QStringLiteral("#Monitor öffnen"));
+    QCOMPARE(trayIcon(window)->toolTip(), QLatin1Char('#') + statusToolTip);
+    // The tool tip until the status is known.
+    QVERIFY(marker.sources().contains(QStringLiteral("QORweb II Monitor")));
 }
 
 void TestTray::titleIsTheProgramsName()
