@@ -168,6 +168,9 @@ void TestDlgAbout::stylesApply()
         QVERIFY(!formatOf(about, link).fontUnderline());
     }
     QCOMPARE(formatOf(about, QStringLiteral("QORweb")).fontWeight(), int(QFont::Normal));
+    const QTextBlockFormat block = browser(about)->document()->find(QStringLiteral("Telefon:")).blockFormat();
+    QCOMPARE(block.lineHeightType(), int(QTextBlockFormat::ProportionalHeight));
+    QCOMPARE(block.lineHeight(), 100.0);
 }
 
 void TestDlgAbout::labelsAreBold()
