@@ -2,7 +2,9 @@
 // The form of the device manager, as the dialog comes out of its constructor.
 #include "managedwindow.h"
 
+#include "support/contextmarker.h"
 #include "support/logcapture.h"
+#include "support/messageboxes.h"
 #include "support/teststore.h"
 
 #include <QBoxLayout>
@@ -11,7 +13,6 @@
 #include <QLabel>
 #include <QMetaMethod>
 #include <QSettings>
-#include <QTranslator>
 #include <QtTest>
 
 #include <memory>
@@ -246,28 +247,20 @@ void TestDeviceManagerForm::returnPressesNoButton()
     }
 }
 
-// Marks what is translated in the dialog's context.
-class ContextMarker : public QTranslator {
-public:
-    bool isEmpty() const override { return false; }
-    QString translate(const char* context, const char* source, const char*, int) const override
-    {
-        if (qstrcmp(context, "DlgDeviceManager") != 0)
-            return {};
-        return QStringLiteral("[%1]").arg(QString::fromUtf8(source));
-    }
-};
-
 void TestDeviceManagerForm::textsAreTranslatable()
 {
-    ContextMarker marker;
-    QCoreApplication::installTranslator(&marker);
+    const ContextMarker marker("DlgDeviceManager");
     const DlgDeviceManager dialog(&m_managed->m_window);
-    QCoreApplication::removeTranslator(&marker);
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("[QorMonitor - Geräteverwaltung]"));
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("#QorMonitor - Geräteverwaltung"));
     const auto* change = dialog.findChild<QPushButton*>(QStringLiteral("pushButtonChangeHost"));
-    QCOMPARE(change->text(), QStringLiteral("[Ändern]"));
-    QCOMPARE(dialog.findChild<QTreeWidget*>()->headerItem()->text(6), QStringLiteral("[Status]"));
+    QCOMPARE(change->text(), QStringLiteral("#Ändern"));
+    QCOMPARE(dialog.findChild<QTreeWidget*>()->headerItem()->text(6), QStringLiteral("#Status"));
+    MessageBoxes boxes;
+    m_managed->add(5566);
+    m_managed->enter(QStringLiteral("127.0.0.1"));
+    m_managed->click("AddHost");
+    QCOMPARE(boxes.count(), 1);
+    QCOMPARE(boxes.lastText(), QStringLiteral("#Dieser Host/Port existiert bereits in der Liste!"));
 }
 
 QTEST_MAIN(TestDeviceManagerForm)

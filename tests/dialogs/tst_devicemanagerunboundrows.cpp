@@ -19,6 +19,8 @@ private slots:
     void withoutCurrentRowNothingHappens();
     void rowWithoutUnitIsLeftAlone_data();
     void rowWithoutUnitIsLeftAlone();
+    void rowWithoutUnitHasTheListSaved_data();
+    void rowWithoutUnitHasTheListSaved();
     void noRowAtAllIsLeftAlone();
 
 private:
@@ -89,6 +91,26 @@ void TestDeviceManagerUnboundRows::rowWithoutUnitIsLeftAlone()
     QVERIFY(!managed.list()->at(0)->monitored());
     QCOMPARE(managed.fields(), QStringLiteral("localhost 5566 80 http"));
     QCOMPARE(managed.enabledButtons(), nothingLoaded);
+}
+
+void TestDeviceManagerUnboundRows::rowWithoutUnitHasTheListSaved_data()
+{
+    QTest::addColumn<QByteArray>("button");
+    for (const char* button : { "Monitor", "StopMonitor" })
+        QTest::newRow(button) << QByteArray(button);
+}
+
+void TestDeviceManagerUnboundRows::rowWithoutUnitHasTheListSaved()
+{
+    QFETCH(const QByteArray, button);
+    ManagedWindow managed;
+    managed.add(5566)->setWebPort(81);
+    QCOMPARE(storedUnits(), QStringLiteral("127.0.0.1:5566 80 http false"));
+    QTreeWidgetItem* row = managed.tree()->topLevelItem(0);
+    row->setData(0, Qt::UserRole, QVariant());
+    managed.tree()->setCurrentItem(row);
+    managed.invoke(button.constData());
+    QCOMPARE(storedUnits(), QStringLiteral("127.0.0.1:5566 81 http false"));
 }
 
 void TestDeviceManagerUnboundRows::noRowAtAllIsLeftAlone()

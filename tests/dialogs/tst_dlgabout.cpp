@@ -26,6 +26,8 @@ private slots:
     void declaresItsSlot();
     void linesInOrder();
     void stylesApply();
+    void labelsAreBold();
+    void everyFontFamilyIsOffered();
     void ruleAndLogo();
     void linksInOrder();
     void clickOnALinkOpensItAndLeavesTheDialog();
@@ -165,12 +167,34 @@ void TestDlgAbout::stylesApply()
         QCOMPARE(colour(link), light);
         QVERIFY(!formatOf(about, link).fontUnderline());
     }
-    QVERIFY(formatOf(about, QStringLiteral("Version "))
-                .fontFamilies()
-                .toStringList()
-                .contains(QStringLiteral("Roboto")));
-    QVERIFY(formatOf(about, QStringLiteral("Telefon:")).fontWeight() > QFont::Normal);
     QCOMPARE(formatOf(about, QStringLiteral("QORweb")).fontWeight(), int(QFont::Normal));
+    const QTextBlockFormat block = browser(about)->document()->find(QStringLiteral("Telefon:")).blockFormat();
+    QCOMPARE(block.lineHeightType(), int(QTextBlockFormat::ProportionalHeight));
+    QCOMPARE(block.lineHeight(), 100.0);
+}
+
+void TestDlgAbout::labelsAreBold()
+{
+    const DlgAbout about(nullptr);
+    QStringList bold;
+    for (QTextBlock block = browser(about)->document()->begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            if (it.fragment().charFormat().fontWeight() > QFont::Normal)
+                bold.append(it.fragment().text().trimmed());
+        }
+    }
+    QCOMPARE(bold.join(QLatin1Char(' ')), QStringLiteral("Telefon: Telefax: E-Mail: Internet: E-Mail:"));
+}
+
+void TestDlgAbout::everyFontFamilyIsOffered()
+{
+    const DlgAbout about(nullptr);
+    const QStringList families { QStringLiteral("Roboto"), QStringLiteral("Helvetica"),
+                                 QStringLiteral("Verdana"), QStringLiteral("Arial"),
+                                 QStringLiteral("sans-serif") };
+    for (const auto& text : { QStringLiteral("Version "), QStringLiteral("QORweb"), QStringLiteral("Autor"),
+                              Contact::Maker::email })
+        QCOMPARE(formatOf(about, text).fontFamilies().toStringList(), families);
 }
 
 void TestDlgAbout::ruleAndLogo()

@@ -24,6 +24,8 @@ private slots:
     void rowsOfTheGrid();
     void declaresSlotsInOrder();
     void startShowsTheTransfer();
+    void longNamesShowTheirBeginning();
+    void nextStartComesToTheFront();
     void showsProgress_data();
     void showsProgress();
     void followsARealTransfer();
@@ -35,6 +37,29 @@ private slots:
 };
 
 namespace {
+
+// Counts one kind of event on its way to an object.
+class EventCounter : public QObject {
+public:
+    EventCounter(QObject* watched, QEvent::Type type)
+        : m_type(type)
+    {
+        watched->installEventFilter(this);
+    }
+    int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        m_count += event->type() == m_type ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QEvent::Type m_type;
+    int m_count = 0;
+};
+
 template <typename Widget> Widget* find(const DlgDownloadMonitor& monitor, const char* name)
 {
     return monitor.findChild<Widget*>(QLatin1String(name));
@@ -122,6 +147,34 @@ void TestDlgDownloadMonitor::startShowsTheTransfer()
     QCOMPARE(find<QLineEdit>(monitor, "lineEditFile")->text(), QStringLiteral("setup.exe"));
     QCOMPARE(find<QLineEdit>(monitor, "lineEditSaveTo")->text(), QStringLiteral("/some/folder"));
     QVERIFY(isUndetermined(bar(monitor)));
+}
+
+void TestDlgDownloadMonitor::longNamesShowTheirBeginning()
+{
+    DlgDownloadMonitor monitor(nullptr);
+    const QString name(300, QLatin1Char('x'));
+    monitor.startMonitoring(name, QLatin1Char('/') + name, nullptr);
+    for (const char* field : { "lineEditFile", "lineEditSaveTo" }) {
+        QVERIFY(find<QLineEdit>(monitor, field)->text().endsWith(name));
+        QCOMPARE(find<QLineEdit>(monitor, field)->cursorPosition(), 0);
+        QVERIFY(!find<QLineEdit>(monitor, field)->hasSelectedText());
+    }
+}
+
+void TestDlgDownloadMonitor::nextStartComesToTheFront()
+{
+    DlgDownloadMonitor monitor(nullptr);
+    monitor.startMonitoring(QStringLiteral("first"), QStringLiteral("folder"), nullptr);
+    QVERIFY(QTest::qWaitForWindowActive(&monitor));
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    QVERIFY(!monitor.isActiveWindow());
+    EventCounter raised(&monitor, QEvent::ZOrderChange);
+    monitor.startMonitoring(QStringLiteral("second"), QStringLiteral("folder"), nullptr);
+    QCOMPARE(raised.count(), 1);
+    QTRY_VERIFY(monitor.isActiveWindow());
 }
 
 void TestDlgDownloadMonitor::showsProgress_data()

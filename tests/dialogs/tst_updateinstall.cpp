@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "dialogs/dlgdownloadmonitor.h"
 #include "support/updatefixture.h"
 
 #include <QApplication>
@@ -16,6 +17,7 @@ class TestUpdateInstall : public QObject {
 private slots:
     void installerIsSavedAndStarted_data();
     void installerIsSavedAndStarted();
+    void monitorIsGoneBeforeTheBox();
     void existingFileIsReplaced();
     void fileThatDoesNotStartEndsTheProgramAnyway();
     void automaticCheckInTheLastBoxInstallsNothingTwice();
@@ -27,11 +29,18 @@ namespace {
 constexpr int timedOut = 99;
 const QByteArray marker = "#!/bin/sh\necho \"$# arguments\" > \"${0%/*}/mark\"\n";
 
+void confirm(QMessageBox* box)
+{
+    MessageBoxes::click(box, QMessageBox::Ok);
+}
+
 // Runs a check, answered with Yes, in the program's event loop, and says with which code that ended.
-int runProgram(UpdateFixture* fixture, bool interactive = true)
+int runProgram(UpdateFixture* fixture, bool interactive = true,
+               const MessageBoxes::Answer& atTheEnd = confirm)
 {
     fixture->publish("1.05", "setup.sh");
     fixture->boxes.answer(QMessageBox::Yes);
+    fixture->boxes.answer(atTheEnd);
     QTimer::singleShot(0, fixture->dialog.get(),
                        [fixture, interactive] { fixture->dialog->checkForUpdates(interactive); });
     QTimer::singleShot(20000, fixture->dialog.get(), [] { QCoreApplication::exit(timedOut); });
@@ -69,6 +78,20 @@ void TestUpdateInstall::installerIsSavedAndStarted()
     QCOMPARE(box.buttons, QMessageBox::Ok);
     QCOMPARE(box.defaultKind, QMessageBox::Ok);
     QCOMPARE(box.parent, fixture.dialog.get());
+}
+
+void TestUpdateInstall::monitorIsGoneBeforeTheBox()
+{
+    UpdateFixture fixture;
+    fixture.server.setAnswer("setup.sh", { marker });
+    bool hidden = false;
+    const auto look = [&](QMessageBox* box) {
+        hidden = fixture.monitor()->isHidden();
+        confirm(box);
+    };
+    QCOMPARE(runProgram(&fixture, true, look), 0);
+    QCOMPARE(fixture.boxes.count(), 2);
+    QVERIFY(hidden);
 }
 
 void TestUpdateInstall::existingFileIsReplaced()

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "dialogs/dlgdownloadmonitor.h"
 #include "support/updatefixture.h"
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QtTest>
 
 // What happens when the installer has been loaded but cannot be saved: the stated box, nothing started and
@@ -13,7 +15,9 @@ class TestUpdateSave : public QObject {
 private slots:
     void failingFolders_data();
     void failingFolders();
+    void monitorIsGoneBeforeTheBox();
     void fullDiskLeavesNothingBehind();
+    void fileThatIsNotBegunStays();
     void namesOutsideTheFolder_data();
     void namesOutsideTheFolder();
     void failureIsReportedInAutomaticMode();
@@ -89,6 +93,46 @@ void TestUpdateSave::fullDiskLeavesNothingBehind()
         QVERIFY(fixture.folder.entries().isEmpty());
         QVERIFY(QFile::exists(QStringLiteral("/dev/full")));
     }
+}
+
+void TestUpdateSave::monitorIsGoneBeforeTheBox()
+{
+    UpdateFixture fixture;
+    QVERIFY(QDir().rmdir(fixture.folder.path()));
+    fixture.server.setAnswer("setup.exe", { "content" });
+    bool hidden = false;
+    fixture.boxes.answer(QMessageBox::Yes);
+    fixture.boxes.answer([&](QMessageBox* box) {
+        hidden = fixture.monitor()->isHidden();
+        MessageBoxes::click(box, QMessageBox::Ok);
+    });
+    fixture.publish("1.05", "setup.exe");
+    fixture.dialog->checkForUpdates(true);
+    QTRY_COMPARE(fixture.boxes.count(), 2);
+    QTRY_VERIFY(hidden);
+    QCOMPARE(fixture.boxes.seen().constLast().icon, QMessageBox::Critical);
+}
+
+void TestUpdateSave::fileThatIsNotBegunStays()
+{
+    UpdateFixture fixture;
+    // A running program cannot be opened for writing by anybody, the superuser included.
+    const QString older = fixture.folder.filePath(QStringLiteral("setup.exe"));
+    QVERIFY(QFile::copy(QStringLiteral("/bin/sleep"), older));
+    QVERIFY(QFile::setPermissions(older,
+                                  QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
+    const QByteArray bytes = fixture.folder.read(QStringLiteral("setup.exe"));
+    QVERIFY(!bytes.isEmpty());
+    QProcess program;
+    program.start(older, { QStringLiteral("60") });
+    QVERIFY(program.waitForStarted());
+    fixture.server.setAnswer("setup.exe", { "content" });
+    load(&fixture, "setup.exe");
+    QCOMPARE(program.state(), QProcess::Running);
+    program.kill();
+    QVERIFY(program.waitForFinished());
+    verifyErrorBox(fixture, QStringLiteral("Text file busy"));
+    QVERIFY(fixture.folder.read(QStringLiteral("setup.exe")) == bytes);
 }
 
 void TestUpdateSave::namesOutsideTheFolder_data()

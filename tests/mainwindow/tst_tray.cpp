@@ -4,6 +4,7 @@
 #include "unitwindow.h"
 
 #include "devices/device.h"
+#include "support/contextmarker.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
 
@@ -54,11 +55,13 @@ private slots:
     void activationShowsTheWindow();
     void activationEndsMinimizing();
     void toolTipIsAlwaysOk();
+    void textsAreTranslatable();
     void titleIsTheProgramsName();
     void closingHides();
     void minimizeActionHides();
     void disabledMinimizeDoesNothing();
     void minimizedWindowDisablesTheAction();
+    void hidingAMinimizedWindowDisablesTheAction();
     void highlightStaysTransparent();
 
 private:
@@ -186,6 +189,16 @@ void TestTray::toolTipIsAlwaysOk()
     QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
 }
 
+void TestTray::textsAreTranslatable()
+{
+    const ContextMarker marker("MainWinQorMonitor");
+    const MainWinQorMonitor window;
+    QCOMPARE(openAction(window)->text(), QStringLiteral("#Monitor öffnen"));
+    QCOMPARE(trayIcon(window)->toolTip(), QLatin1Char('#') + statusToolTip);
+    // The tool tip until the status is known.
+    QVERIFY(marker.sources().contains(QStringLiteral("QORweb II Monitor")));
+}
+
 void TestTray::titleIsTheProgramsName()
 {
     MainWinQorMonitor window;
@@ -245,6 +258,18 @@ void TestTray::minimizedWindowDisablesTheAction()
     window.showNormal();
     action(window, "actionUseAudio")->trigger();
     QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
+}
+
+void TestTray::hidingAMinimizedWindowDisablesTheAction()
+{
+    MainWinQorMonitor window;
+    window.showMinimized();
+    QVERIFY(window.isMinimized());
+    // Nothing has brought the action up to date yet.
+    QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
+    action(window, "actionMinimizeWindow")->trigger();
+    QVERIFY(!window.isVisible());
+    QVERIFY(!action(window, "actionMinimizeWindow")->isEnabled());
 }
 
 void TestTray::highlightStaysTransparent()
