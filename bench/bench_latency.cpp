@@ -95,7 +95,7 @@ bool measure(int count)
     std::vector<std::unique_ptr<Unit>> units;
     MainWinQorMonitor window;
     window.show();
-    const auto* tree = window.findChild<QTreeWidget*>(QStringLiteral("treeWidget"));
+    const auto* tree = window.centralWidget()->findChild<QTreeWidget*>(QStringLiteral("treeWidget"));
     for (int i = 0; i < count; ++i) {
         units.push_back(std::make_unique<Unit>(context));
         window.deviceList()
