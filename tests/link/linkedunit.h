@@ -5,6 +5,7 @@
 #include "devices/devicelist.h"
 #include "link/qorinterface.h"
 
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -15,6 +16,16 @@ inline QString loopback()
 {
     return QStringLiteral("127.0.0.1");
 }
+
+// The log lines of a stop, and how a journal names the states.
+inline const auto endLine = QStringLiteral("QorInterface::run(): thread closed!");
+inline const auto disconnectLine = QStringLiteral("QorInterface::disconnectQor()");
+inline const auto disconnectedEntry = QStringLiteral("state Getrennt");
+inline const auto pendingEntry = QStringLiteral("state Warte auf Verbindung ...");
+inline const auto connectedEntry = QStringLiteral("state Verbunden");
+
+// A text that a unit may well send, and that its record says nothing about in the log.
+inline const QByteArray statusReport = R"({"host":"","cmd":"StatusReport","value":{"warnings":[]}})";
 
 // A list with one unit that is not monitored yet, and the unit's link.
 struct LinkedUnit {

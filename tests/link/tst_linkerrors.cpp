@@ -20,8 +20,6 @@ using zmqfaults::Call;
 namespace {
 
 const auto caughtLine = QStringLiteral("QorInterface::run(): caught unspecified exception");
-const auto endLine = QStringLiteral("QorInterface::run(): thread closed!");
-const auto disconnectLine = QStringLiteral("QorInterface::disconnectQor()");
 
 // The error number with which the action throws; 0 when it does not.
 template <typename Action> int errorOf(Action action)

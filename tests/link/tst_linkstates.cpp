@@ -13,17 +13,7 @@
 #include <memory>
 
 namespace {
-
 const auto startLine = QStringLiteral("QorInterface::run(): start thread loop");
-const auto endLine = QStringLiteral("QorInterface::run(): thread closed!");
-const auto disconnectLine = QStringLiteral("QorInterface::disconnectQor()");
-const auto disconnectedEntry = QStringLiteral("state Getrennt");
-const auto pendingEntry = QStringLiteral("state Warte auf Verbindung ...");
-const auto connectedEntry = QStringLiteral("state Verbunden");
-
-// A text that a unit may well send, and that its record says nothing about in the log.
-const QByteArray statusReport = R"({"host":"","cmd":"StatusReport","value":{"warnings":[]}})";
-
 } // namespace
 
 class TestLinkStates : public QObject {
