@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "app/contact.h"
+#include "base/contact.h"
 #include "app/singleinstanceapp.h"
-#include "app/version.h"
+#include "base/version.h"
 #include "mainwindow/mainwinqormonitor.h"
 
 #include <QApplication>

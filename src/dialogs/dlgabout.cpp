@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/dlgabout.h"
 
-#include "app/contact.h"
-#include "app/version.h"
+#include "base/contact.h"
+#include "base/version.h"
 #include "ui_dlgabout.h"
 
 #include <QTextStream>

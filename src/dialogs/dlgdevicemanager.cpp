@@ -3,7 +3,7 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "mainwindow/devicerow.h"
+#include "widgets/devicerow.h"
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
 

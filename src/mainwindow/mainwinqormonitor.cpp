@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "mainwindow/mainwinqormonitor.h"
 
-#include "app/version.h"
+#include "base/version.h"
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
-#include "mainwindow/devicerow.h"
+#include "widgets/devicerow.h"
 #include "mainwindow/messagecolour.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"

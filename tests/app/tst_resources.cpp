@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "support/literals.h"
+
 #include <QDialogButtonBox>
 #include <QDirIterator>
 #include <QFile>
@@ -10,23 +12,23 @@
 #include <QtTest>
 
 namespace {
-const auto alarmSound = QStringLiteral(":/AlarmSound00.wav");
-const auto translation = QStringLiteral(":/qt_de.qm");
+const auto alarmSound = ":/AlarmSound00.wav"_s;
+const auto translation = ":/qt_de.qm"_s;
 
 QStringList images()
 {
     return {
-        QStringLiteral(":/Size16x16/exit.png"),
-        QStringLiteral(":/Size16x16/help.png"),
-        QStringLiteral(":/Size16x16/text_list_bullets.png"),
-        QStringLiteral(":/Size16x16/tools2.png"),
-        QStringLiteral(":/Size32x32/exit.png"),
-        QStringLiteral(":/Size32x32/help.png"),
-        QStringLiteral(":/Size32x32/minimize.png"),
-        QStringLiteral(":/Size32x32/thumb-up-sign.png"),
-        QStringLiteral(":/Size32x32/tools2.png"),
-        QStringLiteral(":/VarkoLogo200.png"),
-        QStringLiteral(":/favicon.png"),
+        ":/Size16x16/exit.png"_s,
+        ":/Size16x16/help.png"_s,
+        ":/Size16x16/text_list_bullets.png"_s,
+        ":/Size16x16/tools2.png"_s,
+        ":/Size32x32/exit.png"_s,
+        ":/Size32x32/help.png"_s,
+        ":/Size32x32/minimize.png"_s,
+        ":/Size32x32/thumb-up-sign.png"_s,
+        ":/Size32x32/tools2.png"_s,
+        ":/VarkoLogo200.png"_s,
+        ":/favicon.png"_s,
     };
 }
 
@@ -65,94 +67,86 @@ class TestResources : public QObject {
     Q_OBJECT
 
 private slots:
-    void bundleHoldsTheTableAndNothingElse();
-    void imageIsReadableAndStoredAsItIs_data();
-    void imageIsReadableAndStoredAsItIs();
-    void soundAndTranslationAreCompressed_data();
-    void soundAndTranslationAreCompressed();
-    void soundIsWave();
-    void standardTextsAreGermanWithTheOneCatalogue();
-};
-
-void TestResources::bundleHoldsTheTableAndNothingElse()
-{
-    QStringList found;
-    QDirIterator files(QStringLiteral(":/"), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QString file = files.next();
-        if (!isToolkitResource(file))
-            found << file;
+    void bundleHoldsTheTableAndNothingElse()
+    {
+        QStringList found;
+        QDirIterator files(":/"_s, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next();
+            if (!isToolkitResource(file))
+                found << file;
+        }
+        found.sort();
+        QStringList expected = images() << alarmSound << translation;
+        expected.sort();
+        QVERIFY2(found == expected, qPrintable(found.join(QLatin1Char(' '))));
     }
-    found.sort();
-    QStringList expected = images() << alarmSound << translation;
-    expected.sort();
-    QVERIFY2(found == expected, qPrintable(found.join(QLatin1Char(' '))));
-}
 
-void TestResources::imageIsReadableAndStoredAsItIs_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QSize>("size");
-    const auto expectedSize = [](const QString& path) {
-        if (path.startsWith(QLatin1String(":/Size16x16/")))
-            return QSize(16, 16);
-        if (path.startsWith(QLatin1String(":/Size32x32/")))
-            return QSize(32, 32);
-        return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 76);
-    };
-    for (const QString& path : images())
-        QTest::newRow(qPrintable(path)) << path << expectedSize(path);
-}
+    void imageIsReadableAndStoredAsItIs_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QSize>("size");
+        const auto expectedSize = [](const QString& path) {
+            if (path.startsWith(QLatin1String(":/Size16x16/")))
+                return QSize(16, 16);
+            if (path.startsWith(QLatin1String(":/Size32x32/")))
+                return QSize(32, 32);
+            return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 76);
+        };
+        for (const QString& path : images())
+            QTest::newRow(qPrintable(path)) << path << expectedSize(path);
+    }
 
-void TestResources::imageIsReadableAndStoredAsItIs()
-{
-    QFETCH(const QString, path);
-    QFETCH(const QSize, size);
-    const QImage image(path, "PNG");
-    QVERIFY(!image.isNull());
-    QCOMPARE(image.size(), size);
-    QVERIFY(image.hasAlphaChannel());
-    QCOMPARE(QResource(path).compressionAlgorithm(), QResource::NoCompression);
-}
+    void imageIsReadableAndStoredAsItIs()
+    {
+        QFETCH(const QString, path);
+        QFETCH(const QSize, size);
+        const QImage image(path, "PNG");
+        QVERIFY(!image.isNull());
+        QCOMPARE(image.size(), size);
+        QVERIFY(image.hasAlphaChannel());
+        QCOMPARE(QResource(path).compressionAlgorithm(), QResource::NoCompression);
+    }
 
-void TestResources::soundAndTranslationAreCompressed_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("sound") << alarmSound;
-    QTest::newRow("translation") << translation;
-}
+    void soundAndTranslationAreCompressed_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("sound") << alarmSound;
+        QTest::newRow("translation") << translation;
+    }
 
-void TestResources::soundAndTranslationAreCompressed()
-{
-    QFETCH(const QString, path);
-    const QResource resource(path);
-    QCOMPARE(resource.compressionAlgorithm(), QResource::ZlibCompression);
-    QVERIFY(resource.size() < resource.uncompressedSize());
-}
+    void soundAndTranslationAreCompressed()
+    {
+        QFETCH(const QString, path);
+        const QResource resource(path);
+        QCOMPARE(resource.compressionAlgorithm(), QResource::ZlibCompression);
+        QVERIFY(resource.size() < resource.uncompressedSize());
+    }
 
-void TestResources::soundIsWave()
-{
-    QFile sound(alarmSound);
-    QVERIFY(sound.open(QIODevice::ReadOnly));
-    const QByteArray bytes = sound.readAll();
-    QCOMPARE(bytes.left(4), QByteArray("RIFF"));
-    QCOMPARE(bytes.mid(8, 8), QByteArray("WAVEfmt "));
-    // PCM, the one coding that every sound backend plays.
-    QCOMPARE(bytes.mid(20, 2), QByteArray("\1\0", 2));
-}
+    void soundIsWave()
+    {
+        QFile sound(alarmSound);
+        QVERIFY(sound.open(QIODevice::ReadOnly));
+        const QByteArray bytes = sound.readAll();
+        QCOMPARE(bytes.left(4), QByteArray("RIFF"));
+        QCOMPARE(bytes.mid(8, 8), QByteArray("WAVEfmt "));
+        // PCM, the one coding that every sound backend plays.
+        QCOMPARE(bytes.mid(20, 2), QByteArray("\1\0", 2));
+    }
 
-void TestResources::standardTextsAreGermanWithTheOneCatalogue()
-{
-    QCOMPARE(messageBoxCancel(), QStringLiteral("Cancel"));
-    QTranslator translator;
-    QVERIFY(translator.load(translation));
-    QCoreApplication::installTranslator(&translator);
-    QCOMPARE(messageBoxCancel(), QStringLiteral("Abbrechen"));
-    QCOMPARE(buttonBoxCancel(), QStringLiteral("Abbrechen"));
-    QCOMPARE(multimediaText(), QStringLiteral("Das QMediaPlayer-Objekt hat keinen gültigen Dienst"));
-    QCoreApplication::removeTranslator(&translator);
-    QCOMPARE(messageBoxCancel(), QStringLiteral("Cancel"));
-}
+    void standardTextsAreGermanWithTheOneCatalogue()
+    {
+        QCOMPARE(messageBoxCancel(), "Cancel"_s);
+        QTranslator translator;
+        QVERIFY(translator.load(translation));
+        QCoreApplication::installTranslator(&translator);
+        QCOMPARE(messageBoxCancel(), "Abbrechen"_s);
+        QCOMPARE(buttonBoxCancel(), "Abbrechen"_s);
+        QCOMPARE(multimediaText(), "Das QMediaPlayer-Objekt hat keinen gültigen Dienst"_s);
+        QCoreApplication::removeTranslator(&translator);
+        QCOMPARE(messageBoxCancel(), "Cancel"_s);
+    }
+};
 
 QTEST_MAIN(TestResources)
 #include "tst_resources.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the running instance does with the connection of a later start.
 #include "app/singleinstanceapp.h"
+#include "support/literals.h"
 
 #include <QApplication>
 #include <QFile>
@@ -12,7 +13,7 @@
 
 namespace {
 
-const auto name = QStringLiteral("guard-of-callers");
+const auto name = "guard-of-callers"_s;
 
 // Counts the callers that the server still has whenever the window is shown.
 class ShownWindow : public QWidget {
@@ -36,24 +37,22 @@ class TestSingleInstanceCaller : public QObject {
     Q_OBJECT
 
 private slots:
-    void isDroppedBeforeTheWindowIsShown();
+    void isDroppedBeforeTheWindowIsShown()
+    {
+        SingleInstanceApp guard(name);
+        QVERIFY(guard.init());
+        const auto* server = guard.findChild<QLocalServer*>();
+        QVERIFY(server);
+        ShownWindow window(*server);
+        guard.setMainWindow(&window);
+        QLocalSocket caller;
+        caller.connectToServer(name);
+        QVERIFY(caller.waitForConnected(5000));
+        QTRY_VERIFY(window.isVisible());
+        QCOMPARE(window.m_callers, QVector<int> { 0 });
+        QTRY_COMPARE(caller.state(), QLocalSocket::UnconnectedState);
+    }
 };
-
-void TestSingleInstanceCaller::isDroppedBeforeTheWindowIsShown()
-{
-    SingleInstanceApp guard(name);
-    QVERIFY(guard.init());
-    const auto* server = guard.findChild<QLocalServer*>();
-    QVERIFY(server);
-    ShownWindow window(*server);
-    guard.setMainWindow(&window);
-    QLocalSocket caller;
-    caller.connectToServer(name);
-    QVERIFY(caller.waitForConnected(5000));
-    QTRY_VERIFY(window.isVisible());
-    QCOMPARE(window.m_callers, QVector<int> { 0 });
-    QTRY_COMPARE(caller.state(), QLocalSocket::UnconnectedState);
-}
 
 int main(int argc, char** argv)
 {

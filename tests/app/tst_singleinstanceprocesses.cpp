@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The single-instance guard between real processes of the program.
 #include "monitorprocess.h"
+#include "support/literals.h"
 
 #include <QFileInfo>
 #include <QtTest>
@@ -14,9 +15,9 @@ namespace {
 constexpr int secondInstance = 254;
 constexpr int starts = 8;
 
-const auto serverLine = QStringLiteral("SingleInstanceApp::init() start server mode");
-const auto clientLine = QStringLiteral("SingleInstanceApp::init() stop client app");
-const auto showLine = QStringLiteral("SingleInstanceApp::newConnection() force show window");
+const auto serverLine = "SingleInstanceApp::init() start server mode"_s;
+const auto clientLine = "SingleInstanceApp::init() stop client app"_s;
+const auto showLine = "SingleInstanceApp::newConnection() force show window"_s;
 
 void leaveStaleName(const MonitorHome& home)
 {
@@ -31,114 +32,106 @@ class TestSingleInstanceProcesses : public QObject {
     Q_OBJECT
 
 private slots:
-    void secondStartRaisesTheFirstAndEnds_data();
-    void secondStartRaisesTheFirstAndEnds();
-    void exactlyOneOfManyStays_data();
-    void exactlyOneOfManyStays();
-    void killedMonitorLeavesTheNextGuarded();
-    void regularEndFreesTheName();
-    void homesDoNotMeet();
-};
-
-void TestSingleInstanceProcesses::secondStartRaisesTheFirstAndEnds_data()
-{
-    QTest::addColumn<QByteArray>("order");
-    QTest::addColumn<QByteArray>("state");
-    QTest::newRow("hidden") << QByteArray("close") << QByteArray("hidden");
-    QTest::newRow("minimised") << QByteArray("minimise") << QByteArray("minimised");
-}
-
-void TestSingleInstanceProcesses::secondStartRaisesTheFirstAndEnds()
-{
-    QFETCH(const QByteArray, order);
-    QFETCH(const QByteArray, state);
-    const MonitorHome home;
-    MonitorProcess first(home);
-    QVERIFY(first.waitForWindow());
-    QCOMPARE(first.order(order), QByteArray("done"));
-    QCOMPARE(first.order("state"), state);
-
-    MonitorProcess second(home);
-    QCOMPARE(second.waitForExitCode(), secondInstance);
-    QVERIFY(second.logs(clientLine));
-    QVERIFY(!second.logs(serverLine));
-    QVERIFY(second.log().endsWith(QLatin1String("\nmain: exit -2\n")));
-    QVERIFY(first.waitForWindow());
-    QVERIFY(first.logs(showLine));
-    QVERIFY(first.isRunning());
-}
-
-void TestSingleInstanceProcesses::exactlyOneOfManyStays_data()
-{
-    QTest::addColumn<bool>("stale");
-    QTest::newRow("fresh name") << false;
-    QTest::newRow("stale name") << true;
-}
-
-void TestSingleInstanceProcesses::exactlyOneOfManyStays()
-{
-    QFETCH(const bool, stale);
-    const MonitorHome home;
-    if (stale)
-        leaveStaleName(home);
-
-    std::vector<std::unique_ptr<MonitorProcess>> monitors;
-    for (int i = 0; i < starts; ++i)
-        monitors.push_back(std::make_unique<MonitorProcess>(home));
-    const auto running = [&monitors] {
-        return std::count_if(monitors.cbegin(), monitors.cend(),
-                             [](const auto& monitor) { return monitor->isRunning(); });
-    };
-    QTRY_COMPARE_WITH_TIMEOUT(running(), 1, MonitorProcess::timeoutMs);
-    for (const auto& monitor : monitors) {
-        if (monitor->isRunning()) {
-            QVERIFY(monitor->waitForWindow());
-            QVERIFY(monitor->logs(serverLine));
-        } else {
-            QCOMPARE(monitor->waitForExitCode(), secondInstance);
-            QVERIFY(!monitor->logs(serverLine));
-        }
+    void secondStartRaisesTheFirstAndEnds_data()
+    {
+        QTest::addColumn<QByteArray>("order");
+        QTest::addColumn<QByteArray>("state");
+        QTest::newRow("hidden") << QByteArray("close") << QByteArray("hidden");
+        QTest::newRow("minimised") << QByteArray("minimise") << QByteArray("minimised");
     }
-    // The one that stayed is the one that is found.
-    MonitorProcess late(home);
-    QCOMPARE(late.waitForExitCode(), secondInstance);
-    QCOMPARE(running(), 1);
-}
 
-void TestSingleInstanceProcesses::killedMonitorLeavesTheNextGuarded()
-{
-    const MonitorHome home;
-    leaveStaleName(home);
-    MonitorProcess next(home);
-    QVERIFY(next.waitForWindow());
-    QVERIFY(next.logs(serverLine));
-    MonitorProcess third(home);
-    QCOMPARE(third.waitForExitCode(), secondInstance);
-    QTRY_VERIFY(next.logs(showLine));
-}
+    void secondStartRaisesTheFirstAndEnds()
+    {
+        QFETCH(const QByteArray, order);
+        QFETCH(const QByteArray, state);
+        const MonitorHome home;
+        MonitorProcess first(home);
+        QVERIFY(first.waitForWindow());
+        QCOMPARE(first.order(order), QByteArray("done"));
+        QCOMPARE(first.order("state"), state);
 
-void TestSingleInstanceProcesses::regularEndFreesTheName()
-{
-    const MonitorHome home;
-    MonitorProcess first(home);
-    QVERIFY(first.waitForWindow());
-    QVERIFY(QFileInfo::exists(home.socketPath()));
-    QCOMPARE(first.order("exit"), QByteArray("done"));
-    QCOMPARE(first.waitForExitCode(), 0);
-    QVERIFY(!QFileInfo::exists(home.socketPath()));
-    MonitorProcess second(home);
-    QVERIFY(second.waitForWindow());
-}
+        MonitorProcess second(home);
+        QCOMPARE(second.waitForExitCode(), secondInstance);
+        QVERIFY(second.logs(clientLine));
+        QVERIFY(!second.logs(serverLine));
+        QVERIFY(second.log().endsWith(QLatin1String("\nmain: exit -2\n")));
+        QVERIFY(first.waitForWindow());
+        QVERIFY(first.logs(showLine));
+        QVERIFY(first.isRunning());
+    }
 
-void TestSingleInstanceProcesses::homesDoNotMeet()
-{
-    const MonitorHome home;
-    const MonitorHome otherHome;
-    MonitorProcess first(home);
-    MonitorProcess other(otherHome);
-    QVERIFY(first.waitForWindow());
-    QVERIFY(other.waitForWindow());
-}
+    void exactlyOneOfManyStays_data()
+    {
+        QTest::addColumn<bool>("stale");
+        QTest::newRow("fresh name") << false;
+        QTest::newRow("stale name") << true;
+    }
+
+    void exactlyOneOfManyStays()
+    {
+        QFETCH(const bool, stale);
+        const MonitorHome home;
+        if (stale)
+            leaveStaleName(home);
+
+        std::vector<std::unique_ptr<MonitorProcess>> monitors;
+        for (int i = 0; i < starts; ++i)
+            monitors.push_back(std::make_unique<MonitorProcess>(home));
+        const auto running = [&monitors] {
+            return std::count_if(monitors.cbegin(), monitors.cend(),
+                                 [](const auto& monitor) { return monitor->isRunning(); });
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(running(), 1, MonitorProcess::timeoutMs);
+        for (const auto& monitor : monitors) {
+            if (monitor->isRunning()) {
+                QVERIFY(monitor->waitForWindow());
+                QVERIFY(monitor->logs(serverLine));
+            } else {
+                QCOMPARE(monitor->waitForExitCode(), secondInstance);
+                QVERIFY(!monitor->logs(serverLine));
+            }
+        }
+        // The one that stayed is the one that is found.
+        MonitorProcess late(home);
+        QCOMPARE(late.waitForExitCode(), secondInstance);
+        QCOMPARE(running(), 1);
+    }
+
+    void killedMonitorLeavesTheNextGuarded()
+    {
+        const MonitorHome home;
+        leaveStaleName(home);
+        MonitorProcess next(home);
+        QVERIFY(next.waitForWindow());
+        QVERIFY(next.logs(serverLine));
+        MonitorProcess third(home);
+        QCOMPARE(third.waitForExitCode(), secondInstance);
+        QTRY_VERIFY(next.logs(showLine));
+    }
+
+    void regularEndFreesTheName()
+    {
+        const MonitorHome home;
+        MonitorProcess first(home);
+        QVERIFY(first.waitForWindow());
+        QVERIFY(QFileInfo::exists(home.socketPath()));
+        QCOMPARE(first.order("exit"), QByteArray("done"));
+        QCOMPARE(first.waitForExitCode(), 0);
+        QVERIFY(!QFileInfo::exists(home.socketPath()));
+        MonitorProcess second(home);
+        QVERIFY(second.waitForWindow());
+    }
+
+    void homesDoNotMeet()
+    {
+        const MonitorHome home;
+        const MonitorHome otherHome;
+        MonitorProcess first(home);
+        MonitorProcess other(otherHome);
+        QVERIFY(first.waitForWindow());
+        QVERIFY(other.waitForWindow());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSingleInstanceProcesses)
 #include "tst_singleinstanceprocesses.moc"

@@ -6,6 +6,7 @@
 #include "devices/devicelist.h"
 #include "devices/unittexts.h"
 #include "link/qorinterface.h"
+#include "support/literals.h"
 #include "support/publisher.h"
 
 #include <QApplication>
@@ -17,9 +18,9 @@
 
 namespace {
 
-const auto name = QStringLiteral("Halle 2");
-const auto number = QStringLiteral("1.0");
-const auto newNumber = QStringLiteral("1.1");
+const auto name = "Halle 2"_s;
+const auto number = "1.0"_s;
+const auto newNumber = "1.1"_s;
 
 // Answers everything that it is asked, with the context and the text.
 class MarkingTranslator : public QTranslator {
@@ -54,88 +55,78 @@ class TestDeviceLanguage : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void statusTextsCanBeTranslated();
-    void hintBoxCanBeTranslated();
-    void monitorMessagesAreFixed();
-    void hintBoxReadsDatesInTheSystemsLanguage_data();
-    void hintBoxReadsDatesInTheSystemsLanguage();
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QCOMPARE(QLocale::system().language(), QLocale::German);
+    }
+
+    void statusTextsCanBeTranslated()
+    {
+        const MarkingTranslator translator;
+        const Publisher publisher;
+        DeviceList list(nullptr);
+        Device device(&list);
+        QCOMPARE(device.stateText(), "Device|Nicht überwacht"_s);
+        device.setMonitored(true);
+        QCOMPARE(device.stateText(), "QorInterface|Getrennt"_s);
+        device.setZmqPort(publisher.port());
+        device.setHost("127.0.0.1"_s);
+        QTRY_COMPARE(device.stateText(), "QorInterface|Warte auf Verbindung ..."_s);
+        emit device.qorInterface()->receiveQorMessage(statusReport(name));
+        QCOMPARE(device.stateText(), "QorInterface|Verbunden"_s);
+    }
+
+    void hintBoxCanBeTranslated()
+    {
+        const MarkingTranslator translator;
+        DeviceList list(nullptr);
+        Device device(&list);
+        device.setQorName(name);
+        device.updateVersionInfo(number, "01. Mai 2025"_s, newNumber, "01. Juni 2025"_s);
+        QCOMPARE(hintOf(device),
+                 QStringLiteral("Device|Für ihre QORweb II Halle 2 liegt eine neue Version 1.1 vor.\nEs wird "
+                                "empfohlen, das Update im Systemmenü der Web Oberfläche auszuführen."));
+    }
+
+    void monitorMessagesAreFixed()
+    {
+        const MarkingTranslator translator;
+        const Publisher publisher;
+        DeviceList list(nullptr);
+        Device device(&list);
+        QVERIFY(device.stateText().startsWith(QLatin1String("Device|")));
+        QCOMPARE(displayTexts(device), QStringList(disconnectedText()));
+        device.setZmqPort(publisher.port());
+        device.setHost("127.0.0.1"_s);
+        device.setMonitored(true);
+        QTRY_COMPARE(displayTexts(device), QStringList(pendingText()));
+        emit device.qorInterface()->receiveQorMessage(statusReport(name));
+        QCOMPARE(displayTexts(device), QStringList(connectedText()));
+        device.setIncompatible(true);
+        device.updateVersionInfo(number, "01. Dec 2024"_s, newNumber, "01. Jan 2025"_s);
+        QCOMPARE(displayTexts(device),
+                 QStringList({ connectedText(), incompatibleText(), "Neue SW Version verfügbar V1.1"_s }));
+    }
+
+    void hintBoxReadsDatesInTheSystemsLanguage_data()
+    {
+        QTest::addColumn<QString>("remoteDate");
+        QTest::addColumn<bool>("shown");
+        QTest::newRow("the system's") << "01. Juni 2025"_s << true;
+        QTest::newRow("the unit's") << "01. Jun 2025"_s << false;
+    }
+
+    void hintBoxReadsDatesInTheSystemsLanguage()
+    {
+        QFETCH(const QString, remoteDate);
+        QFETCH(const bool, shown);
+        DeviceList list(nullptr);
+        Device device(&list);
+        device.updateVersionInfo(number, "01. Mai 2025"_s, newNumber, remoteDate);
+        QCOMPARE(!hintOf(device).isNull(), shown);
+    }
 };
-
-void TestDeviceLanguage::initTestCase()
-{
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    QCOMPARE(QLocale::system().language(), QLocale::German);
-}
-
-void TestDeviceLanguage::statusTextsCanBeTranslated()
-{
-    const MarkingTranslator translator;
-    const Publisher publisher;
-    DeviceList list(nullptr);
-    Device device(&list);
-    QCOMPARE(device.stateText(), QStringLiteral("Device|Nicht überwacht"));
-    device.setMonitored(true);
-    QCOMPARE(device.stateText(), QStringLiteral("QorInterface|Getrennt"));
-    device.setZmqPort(publisher.port());
-    device.setHost(QStringLiteral("127.0.0.1"));
-    QTRY_COMPARE(device.stateText(), QStringLiteral("QorInterface|Warte auf Verbindung ..."));
-    emit device.qorInterface()->receiveQorMessage(statusReport(name));
-    QCOMPARE(device.stateText(), QStringLiteral("QorInterface|Verbunden"));
-}
-
-void TestDeviceLanguage::hintBoxCanBeTranslated()
-{
-    const MarkingTranslator translator;
-    DeviceList list(nullptr);
-    Device device(&list);
-    device.setQorName(name);
-    device.updateVersionInfo(number, QStringLiteral("01. Mai 2025"), newNumber,
-                             QStringLiteral("01. Juni 2025"));
-    QCOMPARE(hintOf(device),
-             QStringLiteral("Device|Für ihre QORweb II Halle 2 liegt eine neue Version 1.1 vor.\nEs wird "
-                            "empfohlen, das Update im Systemmenü der Web Oberfläche auszuführen."));
-}
-
-void TestDeviceLanguage::monitorMessagesAreFixed()
-{
-    const MarkingTranslator translator;
-    const Publisher publisher;
-    DeviceList list(nullptr);
-    Device device(&list);
-    QVERIFY(device.stateText().startsWith(QLatin1String("Device|")));
-    QCOMPARE(displayTexts(device), QStringList(disconnectedText()));
-    device.setZmqPort(publisher.port());
-    device.setHost(QStringLiteral("127.0.0.1"));
-    device.setMonitored(true);
-    QTRY_COMPARE(displayTexts(device), QStringList(pendingText()));
-    emit device.qorInterface()->receiveQorMessage(statusReport(name));
-    QCOMPARE(displayTexts(device), QStringList(connectedText()));
-    device.setIncompatible(true);
-    device.updateVersionInfo(number, QStringLiteral("01. Dec 2024"), newNumber,
-                             QStringLiteral("01. Jan 2025"));
-    QCOMPARE(displayTexts(device),
-             QStringList(
-                 { connectedText(), incompatibleText(), QStringLiteral("Neue SW Version verfügbar V1.1") }));
-}
-
-void TestDeviceLanguage::hintBoxReadsDatesInTheSystemsLanguage_data()
-{
-    QTest::addColumn<QString>("remoteDate");
-    QTest::addColumn<bool>("shown");
-    QTest::newRow("the system's") << QStringLiteral("01. Juni 2025") << true;
-    QTest::newRow("the unit's") << QStringLiteral("01. Jun 2025") << false;
-}
-
-void TestDeviceLanguage::hintBoxReadsDatesInTheSystemsLanguage()
-{
-    QFETCH(const QString, remoteDate);
-    QFETCH(const bool, shown);
-    DeviceList list(nullptr);
-    Device device(&list);
-    device.updateVersionInfo(number, QStringLiteral("01. Mai 2025"), newNumber, remoteDate);
-    QCOMPARE(!hintOf(device).isNull(), shown);
-}
 
 int main(int argc, char** argv)
 {

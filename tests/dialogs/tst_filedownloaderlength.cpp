@@ -3,6 +3,7 @@
 
 #include "support/downloaderspies.h"
 #include "support/httpserver.h"
+#include "support/literals.h"
 
 #include <QNetworkReply>
 #include <QPointer>
@@ -11,15 +12,6 @@
 #include <algorithm>
 
 // What arrived is held against the announced length.
-class TestFileDownloaderLength : public QObject {
-    Q_OBJECT
-
-private slots:
-    void announcedLengthDecides_data();
-    void announcedLengthDecides();
-    void bytesPackedOnTheWayAreComplete();
-};
-
 namespace {
 
 // Ends without an error, however much it has announced.
@@ -50,45 +42,50 @@ private:
 
 } // namespace
 
-void TestFileDownloaderLength::announcedLengthDecides_data()
-{
-    QTest::addColumn<int>("announced");
-    QTest::addColumn<bool>("succeeds");
-    QTest::newRow("all of it") << 4 << true;
-    QTest::newRow("a part") << 10 << false;
-}
+class TestFileDownloaderLength : public QObject {
+    Q_OBJECT
 
-void TestFileDownloaderLength::announcedLengthDecides()
-{
-    QFETCH(const int, announced);
-    QFETCH(const bool, succeeds);
-    FileDownloader downloader(nullptr);
-    DownloaderSpies spies(&downloader);
-    // The downloader deletes it.
-    const QPointer<QNetworkReply> reply(new EndedReply(announced, "only"));
-    QCOMPARE(reply->error(), QNetworkReply::NoError);
-    QVERIFY(
-        QMetaObject::invokeMethod(&downloader, "processFileDownloaded", Q_ARG(QNetworkReply*, reply.data())));
-    QCOMPARE(spies.success.count(), succeeds ? 1 : 0);
-    QCOMPARE(spies.failed.count(), succeeds ? 0 : 1);
-    QCOMPARE(downloader.downloadedData(), QByteArray("only"));
-    QTRY_VERIFY(!reply);
-}
+private slots:
+    void announcedLengthDecides_data()
+    {
+        QTest::addColumn<int>("announced");
+        QTest::addColumn<bool>("succeeds");
+        QTest::newRow("all of it") << 4 << true;
+        QTest::newRow("a part") << 10 << false;
+    }
 
-void TestFileDownloaderLength::bytesPackedOnTheWayAreComplete()
-{
-    // A thousand times the letter x, as gzip packs it.
-    const QByteArray packed
-        = QByteArray::fromHex("1f8b0800000000000203aba81805a360140c770000e6c9413be8030000");
-    HttpServer server;
-    server.setAnswer("file", { packed, "200 OK", { "Content-Encoding: gzip" } });
-    FileDownloader downloader(nullptr);
-    DownloaderSpies spies(&downloader);
-    downloader.download(server.url(QStringLiteral("file")));
-    QTRY_COMPARE(spies.results(), 1);
-    QCOMPARE(spies.success.count(), 1);
-    QCOMPARE(downloader.downloadedData(), QByteArray(1000, 'x'));
-}
+    void announcedLengthDecides()
+    {
+        QFETCH(const int, announced);
+        QFETCH(const bool, succeeds);
+        FileDownloader downloader(nullptr);
+        DownloaderSpies spies(&downloader);
+        // The downloader deletes it.
+        const QPointer<QNetworkReply> reply(new EndedReply(announced, "only"));
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+        QVERIFY(QMetaObject::invokeMethod(&downloader, "processFileDownloaded",
+                                          Q_ARG(QNetworkReply*, reply.data())));
+        QCOMPARE(spies.success.count(), succeeds ? 1 : 0);
+        QCOMPARE(spies.failed.count(), succeeds ? 0 : 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray("only"));
+        QTRY_VERIFY(!reply);
+    }
+
+    void bytesPackedOnTheWayAreComplete()
+    {
+        // A thousand times the letter x, as gzip packs it.
+        const QByteArray packed
+            = QByteArray::fromHex("1f8b0800000000000203aba81805a360140c770000e6c9413be8030000");
+        HttpServer server;
+        server.setAnswer("file", { packed, "200 OK", { "Content-Encoding: gzip" } });
+        FileDownloader downloader(nullptr);
+        DownloaderSpies spies(&downloader);
+        downloader.download(server.url("file"_s));
+        QTRY_COMPARE(spies.results(), 1);
+        QCOMPARE(spies.success.count(), 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray(1000, 'x'));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestFileDownloaderLength)
 #include "tst_filedownloaderlength.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "link/hostlookup.h"
+#include "support/literals.h"
 
 #include <QHostAddress>
 #include <QtTest>
@@ -10,56 +11,55 @@ class TestHostLookup : public QObject {
     Q_OBJECT
 
 private slots:
-    void prefersIpv4_data();
-    void prefersIpv4();
-    void looksUp_data();
-    void looksUp();
+    void prefersIpv4_data()
+    {
+        QTest::addColumn<QStringList>("addresses");
+        QTest::addColumn<QString>("preferred");
+        const auto ipv4 = "192.168.1.20"_s;
+        const auto otherIpv4 = "10.0.0.7"_s;
+        const auto ipv6 = "2001:db8::20"_s;
+        const auto otherIpv6 = "fe80::1"_s;
+        QTest::newRow("no address") << QStringList() << QString();
+        QTest::newRow("one IPv4") << QStringList { ipv4 } << ipv4;
+        QTest::newRow("first of two IPv4") << QStringList { ipv4, otherIpv4 } << ipv4;
+        QTest::newRow("IPv4 behind IPv6") << QStringList { ipv6, otherIpv6, otherIpv4, ipv4 } << otherIpv4;
+        QTest::newRow("IPv4 before IPv6") << QStringList { ipv4, ipv6 } << ipv4;
+        QTest::newRow("IPv6 only") << QStringList { otherIpv6, ipv6 } << otherIpv6;
+    }
+
+    void prefersIpv4()
+    {
+        QFETCH(const QStringList, addresses);
+        QList<QHostAddress> list;
+        std::transform(addresses.cbegin(), addresses.cend(), std::back_inserter(list),
+                       [](const QString& address) { return QHostAddress(address); });
+        QTEST(preferredAddress(list), "preferred");
+    }
+
+    void looksUp_data()
+    {
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<QString>("address");
+        QTest::newRow("nothing") << QString() << QString();
+        QTest::newRow("IPv4 literal") << "127.0.0.1"_s
+                                      << "127.0.0.1"_s;
+        // Documentation addresses: a lookup of their names would leave this computer and give nothing.
+        QTest::newRow("foreign IPv4 literal") << "192.0.2.20"_s
+                                              << "192.0.2.20"_s;
+        QTest::newRow("IPv6 literal") << "2001:DB8:0::20"_s
+                                      << "2001:db8::20"_s;
+        QTest::newRow("name with an IPv4") << "localhost"_s
+                                           << "127.0.0.1"_s;
+        // No resolver is asked for a name with an empty label.
+        QTest::newRow("impossible name") << "no..host"_s << QString();
+    }
+
+    void looksUp()
+    {
+        QFETCH(const QString, host);
+        QTEST(lookUpAddress(host), "address");
+    }
 };
-
-void TestHostLookup::prefersIpv4_data()
-{
-    QTest::addColumn<QStringList>("addresses");
-    QTest::addColumn<QString>("preferred");
-    const auto ipv4 = QStringLiteral("192.168.1.20");
-    const auto otherIpv4 = QStringLiteral("10.0.0.7");
-    const auto ipv6 = QStringLiteral("2001:db8::20");
-    const auto otherIpv6 = QStringLiteral("fe80::1");
-    QTest::newRow("no address") << QStringList() << QString();
-    QTest::newRow("one IPv4") << QStringList { ipv4 } << ipv4;
-    QTest::newRow("first of two IPv4") << QStringList { ipv4, otherIpv4 } << ipv4;
-    QTest::newRow("IPv4 behind IPv6") << QStringList { ipv6, otherIpv6, otherIpv4, ipv4 } << otherIpv4;
-    QTest::newRow("IPv4 before IPv6") << QStringList { ipv4, ipv6 } << ipv4;
-    QTest::newRow("IPv6 only") << QStringList { otherIpv6, ipv6 } << otherIpv6;
-}
-
-void TestHostLookup::prefersIpv4()
-{
-    QFETCH(const QStringList, addresses);
-    QList<QHostAddress> list;
-    std::transform(addresses.cbegin(), addresses.cend(), std::back_inserter(list),
-                   [](const QString& address) { return QHostAddress(address); });
-    QTEST(preferredAddress(list), "preferred");
-}
-
-void TestHostLookup::looksUp_data()
-{
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<QString>("address");
-    QTest::newRow("nothing") << QString() << QString();
-    QTest::newRow("IPv4 literal") << QStringLiteral("127.0.0.1") << QStringLiteral("127.0.0.1");
-    // Documentation addresses: a lookup of their names would leave this computer and give nothing.
-    QTest::newRow("foreign IPv4 literal") << QStringLiteral("192.0.2.20") << QStringLiteral("192.0.2.20");
-    QTest::newRow("IPv6 literal") << QStringLiteral("2001:DB8:0::20") << QStringLiteral("2001:db8::20");
-    QTest::newRow("name with an IPv4") << QStringLiteral("localhost") << QStringLiteral("127.0.0.1");
-    // No resolver is asked for a name with an empty label.
-    QTest::newRow("impossible name") << QStringLiteral("no..host") << QString();
-}
-
-void TestHostLookup::looksUp()
-{
-    QFETCH(const QString, host);
-    QTEST(lookUpAddress(host), "address");
-}
 
 QTEST_GUILESS_MAIN(TestHostLookup)
 #include "tst_hostlookup.moc"

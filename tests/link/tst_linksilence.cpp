@@ -3,6 +3,7 @@
 #include "link/qorinterface.h"
 
 #include "link/linkedunit.h"
+#include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
 
@@ -17,158 +18,149 @@ class TestLinkSilence : public QObject {
     Q_OBJECT
 
 private slots:
-    void nobodyHearsAnUnmonitoredUnit();
-    void waitsForAPortOfNobody();
-    void waitsForAServerThatIsNoPublisher();
-    void silenceDisconnectsAndTheNextTextConnects();
-    void silentUnitIsStoppedForGood();
-    void silenceIsNotCarriedOverToTheNextConnect();
-};
-
-void TestLinkSilence::nobodyHearsAnUnmonitoredUnit()
-{
-    Publisher publisher;
-    LinkedUnit unit(publisher.port());
-    const LogCapture log;
-    unit.device->setZmqPort(1);
-    unit.device->setZmqPort(publisher.port());
-    QVERIFY(!publisher.waitForSubscriber(300));
-    QCOMPARE(unit.link.state(), QorInterface::Disconnected);
-    QVERIFY(!unit.link.isRunning());
-    QVERIFY(log.lines().isEmpty());
-}
-
-void TestLinkSilence::waitsForAPortOfNobody()
-{
-    int port = 0;
+    void nobodyHearsAnUnmonitoredUnit()
     {
-        const Publisher gone;
-        port = gone.port();
+        Publisher publisher;
+        LinkedUnit unit(publisher.port());
+        const LogCapture log;
+        unit.device->setZmqPort(1);
+        unit.device->setZmqPort(publisher.port());
+        QVERIFY(!publisher.waitForSubscriber(300));
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        QVERIFY(!unit.link.isRunning());
+        QVERIFY(log.lines().isEmpty());
     }
-    auto unit = std::make_unique<LinkedUnit>(port);
-    unit->device->setMonitored(true);
-    QTRY_COMPARE(unit->link.state(), QorInterface::Pending);
-    QVERIFY(unit->link.isRunning());
-    // Nothing that is still to be sent to nobody holds the end up.
-    QElapsedTimer elapsed;
-    elapsed.start();
-    unit.reset();
-    QVERIFY2(elapsed.elapsed() < 2000, QByteArray::number(elapsed.elapsed()).constData());
-}
 
-void TestLinkSilence::waitsForAServerThatIsNoPublisher()
-{
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    int answered = 0;
-    connect(&server, &QTcpServer::newConnection, this, [&] {
-        QTcpSocket* socket = server.nextPendingConnection();
-        socket->write(
-            "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\nThis is no publisher at all.\r\n");
-        socket->disconnectFromHost();
-        ++answered;
-    });
-    LinkedUnit unit(server.serverPort());
-    QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-    unit.device->setMonitored(true);
-    // It comes again and again, as for a unit that is starting up.
-    QTRY_VERIFY(answered >= 3);
-    QCOMPARE(unit.link.state(), QorInterface::Pending);
-    QVERIFY(unit.link.isRunning());
-    QCOMPARE(received.count(), 0);
-    unit.device->setMonitored(false);
-    QVERIFY(unit.link.isFinished());
-}
-
-void TestLinkSilence::silenceDisconnectsAndTheNextTextConnects()
-{
-    Publisher publisher;
-    LinkedUnit unit(publisher.port());
-    unit.device->setMonitored(true);
-    QVERIFY(publisher.waitForSubscriber());
-    publisher.send(statusReport);
-    QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
-    // The time counts from the last text, not from the first.
-    QElapsedTimer sinceText;
-    connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] { sinceText.start(); });
-    QTimer::singleShot(1500, this, [&] { publisher.send(statusReport); });
-    qint64 silence = 0;
-    connect(&unit.link, &QorInterface::connectStateChanged, this, [&] { silence = sinceText.elapsed(); });
-    const SignalJournal journal(unit.link);
-    const LogCapture log;
-    QTRY_COMPARE_WITH_TIMEOUT(unit.link.state(), QorInterface::Disconnected, 10000);
-    // Not early, since the clock here starts a little later than the timer, and not late but for a busy
-    // computer.
-    QVERIFY2(silence >= 4990 && silence <= 5750, QByteArray::number(silence).constData());
-    QCOMPARE(unit.link.stateText(), QStringLiteral("Getrennt"));
-    QVERIFY(unit.link.isRunning());
-    QCOMPARE(unit.link.host(), loopback());
-    QCOMPARE(unit.link.ipAddress(), loopback());
-    QCOMPARE(log.count(QtDebugMsg, disconnectLine) + log.count(QtDebugMsg, endLine), 0);
-
-    publisher.send(statusReport);
-    QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
-    QCOMPARE(journal.entries.filter(QStringLiteral("state ")),
-             QStringList({ disconnectedEntry, connectedEntry }));
-}
-
-void TestLinkSilence::silentUnitIsStoppedForGood()
-{
-    // All of them at once, for the silence takes its time.
-    Publisher publishers[3];
-    LinkedUnit unmonitored(publishers[0].port());
-    LinkedUnit moved(publishers[1].port());
-    auto destroyed = std::make_unique<LinkedUnit>(publishers[2].port());
-    LinkedUnit* const units[] = { &unmonitored, &moved, destroyed.get() };
-    for (LinkedUnit* unit : units)
+    void waitsForAPortOfNobody()
+    {
+        int port = 0;
+        {
+            const Publisher gone;
+            port = gone.port();
+        }
+        auto unit = std::make_unique<LinkedUnit>(port);
         unit->device->setMonitored(true);
-    for (Publisher& publisher : publishers) {
+        QTRY_COMPARE(unit->link.state(), QorInterface::Pending);
+        QVERIFY(unit->link.isRunning());
+        // Nothing that is still to be sent to nobody holds the end up.
+        QElapsedTimer elapsed;
+        elapsed.start();
+        unit.reset();
+        QVERIFY2(elapsed.elapsed() < 2000, QByteArray::number(elapsed.elapsed()).constData());
+    }
+
+    void waitsForAServerThatIsNoPublisher()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        int answered = 0;
+        connect(&server, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket* socket = server.nextPendingConnection();
+            socket->write(
+                "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\nThis is no publisher at all.\r\n");
+            socket->disconnectFromHost();
+            ++answered;
+        });
+        LinkedUnit unit(server.serverPort());
+        QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
+        unit.device->setMonitored(true);
+        // It comes again and again, as for a unit that is starting up.
+        QTRY_VERIFY(answered >= 3);
+        QCOMPARE(unit.link.state(), QorInterface::Pending);
+        QVERIFY(unit.link.isRunning());
+        QCOMPARE(received.count(), 0);
+        unit.device->setMonitored(false);
+        QVERIFY(unit.link.isFinished());
+    }
+
+    void silenceDisconnectsAndTheNextTextConnects()
+    {
+        Publisher publisher;
+        LinkedUnit unit(publisher.port());
+        unit.device->setMonitored(true);
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        // The time counts from the last text, not from the first.
+        QElapsedTimer sinceText;
+        connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] { sinceText.start(); });
+        QTimer::singleShot(1500, this, [&] { publisher.send(statusReport); });
+        qint64 silence = 0;
+        connect(&unit.link, &QorInterface::connectStateChanged, this, [&] { silence = sinceText.elapsed(); });
+        const SignalJournal journal(unit.link);
+        const LogCapture log;
+        QTRY_COMPARE_WITH_TIMEOUT(unit.link.state(), QorInterface::Disconnected, 10000);
+        // Not early, since the clock here starts a little later than the timer, and not late but for a busy
+        // computer.
+        QVERIFY2(silence >= 4990 && silence <= 5750, QByteArray::number(silence).constData());
+        QCOMPARE(unit.link.stateText(), "Getrennt"_s);
+        QVERIFY(unit.link.isRunning());
+        QCOMPARE(unit.link.host(), loopback());
+        QCOMPARE(unit.link.ipAddress(), loopback());
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine) + log.count(QtDebugMsg, endLine), 0);
+
+        publisher.send(statusReport);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        QCOMPARE(journal.entries.filter("state "_s), QStringList({ disconnectedEntry, connectedEntry }));
     }
-    for (LinkedUnit* unit : units)
-        QTRY_COMPARE(unit->link.state(), QorInterface::Connected);
-    for (LinkedUnit* unit : units)
-        QTRY_COMPARE_WITH_TIMEOUT(unit->link.state(), QorInterface::Disconnected, 10000);
 
-    const SignalJournal journal(unmonitored.link);
-    const LogCapture log;
-    unmonitored.device->setMonitored(false);
-    QVERIFY(publishers[0].waitForUnsubscriber());
-    QVERIFY(unmonitored.link.isFinished());
-    // Told once more although the state is the same, for the unit is no longer listened to.
-    QCOMPARE(journal.entries,
-             QStringList({ disconnectedEntry, QStringLiteral("host "), QStringLiteral("address ") }));
+    void silentUnitIsStoppedForGood()
+    {
+        // All of them at once, for the silence takes its time.
+        Publisher publishers[3];
+        LinkedUnit unmonitored(publishers[0].port());
+        LinkedUnit moved(publishers[1].port());
+        auto destroyed = std::make_unique<LinkedUnit>(publishers[2].port());
+        LinkedUnit* const units[] = { &unmonitored, &moved, destroyed.get() };
+        for (LinkedUnit* unit : units)
+            unit->device->setMonitored(true);
+        for (Publisher& publisher : publishers) {
+            QVERIFY(publisher.waitForSubscriber());
+            publisher.send(statusReport);
+        }
+        for (LinkedUnit* unit : units)
+            QTRY_COMPARE(unit->link.state(), QorInterface::Connected);
+        for (LinkedUnit* unit : units)
+            QTRY_COMPARE_WITH_TIMEOUT(unit->link.state(), QorInterface::Disconnected, 10000);
 
-    Publisher next;
-    moved.device->setZmqPort(next.port());
-    QVERIFY(publishers[1].waitForUnsubscriber());
-    QVERIFY(next.waitForSubscriber());
-    next.send(statusReport);
-    QTRY_COMPARE(moved.link.state(), QorInterface::Connected);
+        const SignalJournal journal(unmonitored.link);
+        const LogCapture log;
+        unmonitored.device->setMonitored(false);
+        QVERIFY(publishers[0].waitForUnsubscriber());
+        QVERIFY(unmonitored.link.isFinished());
+        // Told once more although the state is the same, for the unit is no longer listened to.
+        QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
 
-    destroyed.reset();
-    QVERIFY(publishers[2].waitForUnsubscriber());
-    QCOMPARE(log.count(QtDebugMsg, disconnectLine), 3);
-    QCOMPARE(log.count(QtDebugMsg, endLine), 3);
-}
+        Publisher next;
+        moved.device->setZmqPort(next.port());
+        QVERIFY(publishers[1].waitForUnsubscriber());
+        QVERIFY(next.waitForSubscriber());
+        next.send(statusReport);
+        QTRY_COMPARE(moved.link.state(), QorInterface::Connected);
 
-void TestLinkSilence::silenceIsNotCarriedOverToTheNextConnect()
-{
-    Publisher publisher;
-    LinkedUnit unit(publisher.port());
-    unit.device->setMonitored(true);
-    QVERIFY(publisher.waitForSubscriber());
-    publisher.send(statusReport);
-    QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
-    unit.device->setMonitored(false);
-    const SignalJournal journal(unit.link);
-    unit.device->setMonitored(true);
-    QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
-    // Past the time that the last text of the old connection had.
-    QVERIFY(!QTest::qWaitFor([&] { return unit.link.state() != QorInterface::Pending; }, 6000));
-    QCOMPARE(journal.entries.filter(QStringLiteral("state ")), QStringList(pendingEntry));
-}
+        destroyed.reset();
+        QVERIFY(publishers[2].waitForUnsubscriber());
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 3);
+        QCOMPARE(log.count(QtDebugMsg, endLine), 3);
+    }
+
+    void silenceIsNotCarriedOverToTheNextConnect()
+    {
+        Publisher publisher;
+        LinkedUnit unit(publisher.port());
+        unit.device->setMonitored(true);
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send(statusReport);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        unit.device->setMonitored(false);
+        const SignalJournal journal(unit.link);
+        unit.device->setMonitored(true);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+        // Past the time that the last text of the old connection had.
+        QVERIFY(!QTest::qWaitFor([&] { return unit.link.state() != QorInterface::Pending; }, 6000));
+        QCOMPARE(journal.entries.filter("state "_s), QStringList(pendingEntry));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestLinkSilence)
 #include "tst_linksilence.moc"

@@ -3,6 +3,7 @@
 #include "alarmwindow.h"
 
 #include "dialogs/dlgabout.h"
+#include "support/literals.h"
 #include "support/teststore.h"
 
 #include <QApplication>
@@ -40,99 +41,92 @@ class TestAlertWindow : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void alertComesToTheFront();
-    void dialogInUseStaysInFront_data();
-    void dialogInUseStaysInFront();
-    void dialogInTheBackDoesNotHoldTheWindow();
-    void alertInsideTheAboutBoxRings();
+    void init()
+    {
+        m_store.clear();
+        QSettings().setValue("AutoCheckUpdates"_s, false);
+    }
+
+    void alertComesToTheFront()
+    {
+        MainWinQorMonitor window;
+        addIdleUnit(window, 1);
+        window.showMinimized();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        const RaiseCounter raises(&window);
+        raiseAlert(window);
+        QVERIFY(window.isVisible());
+        QVERIFY(!window.isMinimized());
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(raises.m_count, 1);
+    }
+
+    void dialogInUseStaysInFront_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("device manager") << QByteArray("DlgDeviceManager");
+        QTest::newRow("update dialog") << QByteArray("DlgCheckForUpdates");
+    }
+
+    void dialogInUseStaysInFront()
+    {
+        QFETCH(const QByteArray, name);
+        MainWinQorMonitor window;
+        addIdleUnit(window, 1);
+        QWidget* dialog = topLevel(name.constData());
+        QVERIFY(dialog);
+        dialog->show();
+        dialog->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        const RaiseCounter raises(&window);
+        raiseAlert(window);
+        QVERIFY(rings(window));
+        QVERIFY(!window.isVisible());
+        QVERIFY(dialog->isActiveWindow());
+        QCOMPARE(raises.m_count, 0);
+        window.processTrayActivated(QSystemTrayIcon::Trigger);
+        QVERIFY(window.isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+
+    void dialogInTheBackDoesNotHoldTheWindow()
+    {
+        MainWinQorMonitor window;
+        addIdleUnit(window, 1);
+        topLevel("DlgDeviceManager")->show();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        raiseAlert(window);
+        QVERIFY(window.isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+
+    void alertInsideTheAboutBoxRings()
+    {
+        MainWinQorMonitor window;
+        addIdleUnit(window, 1);
+        bool heard = false;
+        QTimer::singleShot(0, &window, [&] {
+            raiseAlert(window);
+            heard = rings(window) && window.isVisible();
+            auto* about = window.findChild<DlgAbout*>();
+            QVERIFY(about);
+            about->reject();
+        });
+        window.showAbout();
+        QVERIFY(heard);
+        QVERIFY(!window.findChild<DlgAbout*>());
+        QVERIFY(rings(window));
+    }
 
 private:
     TestStore m_store;
 };
-
-void TestAlertWindow::init()
-{
-    m_store.clear();
-    QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
-}
-
-void TestAlertWindow::alertComesToTheFront()
-{
-    MainWinQorMonitor window;
-    addIdleUnit(window, 1);
-    window.showMinimized();
-    QWidget other;
-    other.show();
-    other.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    const RaiseCounter raises(&window);
-    raiseAlert(window);
-    QVERIFY(window.isVisible());
-    QVERIFY(!window.isMinimized());
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QCOMPARE(raises.m_count, 1);
-}
-
-void TestAlertWindow::dialogInUseStaysInFront_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("device manager") << QByteArray("DlgDeviceManager");
-    QTest::newRow("update dialog") << QByteArray("DlgCheckForUpdates");
-}
-
-void TestAlertWindow::dialogInUseStaysInFront()
-{
-    QFETCH(const QByteArray, name);
-    MainWinQorMonitor window;
-    addIdleUnit(window, 1);
-    QWidget* dialog = topLevel(name.constData());
-    QVERIFY(dialog);
-    dialog->show();
-    dialog->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(dialog));
-    const RaiseCounter raises(&window);
-    raiseAlert(window);
-    QVERIFY(rings(window));
-    QVERIFY(!window.isVisible());
-    QVERIFY(dialog->isActiveWindow());
-    QCOMPARE(raises.m_count, 0);
-    window.processTrayActivated(QSystemTrayIcon::Trigger);
-    QVERIFY(window.isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-}
-
-void TestAlertWindow::dialogInTheBackDoesNotHoldTheWindow()
-{
-    MainWinQorMonitor window;
-    addIdleUnit(window, 1);
-    topLevel("DlgDeviceManager")->show();
-    QWidget other;
-    other.show();
-    other.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    raiseAlert(window);
-    QVERIFY(window.isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-}
-
-void TestAlertWindow::alertInsideTheAboutBoxRings()
-{
-    MainWinQorMonitor window;
-    addIdleUnit(window, 1);
-    bool heard = false;
-    QTimer::singleShot(0, &window, [&] {
-        raiseAlert(window);
-        heard = rings(window) && window.isVisible();
-        auto* about = window.findChild<DlgAbout*>();
-        QVERIFY(about);
-        about->reject();
-    });
-    window.showAbout();
-    QVERIFY(heard);
-    QVERIFY(!window.findChild<DlgAbout*>());
-    QVERIFY(rings(window));
-}
 
 QTEST_MAIN(TestAlertWindow)
 #include "tst_alertwindow.moc"

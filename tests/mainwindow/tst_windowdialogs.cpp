@@ -5,6 +5,7 @@
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
+#include "support/literals.h"
 #include "support/teststore.h"
 
 #include <QApplication>
@@ -65,16 +66,111 @@ class TestWindowDialogs : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_store.clear();
+        m_window = std::make_unique<MainWinQorMonitor>();
+    }
+
     void cleanup() { m_window.reset(); }
-    void aboutIsFreshEachTime();
-    void disabledAboutDoesNothing();
-    void deviceManagerKeepsItsState();
-    void disabledDeviceManagerDoesNothing();
-    void updatesRunModally();
-    void disabledUpdatesRunAllTheSame();
-    void windowHasNoSignalsAndSlots();
-    void dialogsEndBeforeTheUnits();
+    void aboutIsFreshEachTime()
+    {
+        const ModalWatch watch;
+        for (int round = 1; round <= 2; ++round) {
+            action("actionAbout")->trigger();
+            QCOMPARE(watch.m_count, round);
+            QCOMPARE(watch.m_class, QByteArray(DlgAbout::staticMetaObject.className()));
+            QCOMPARE(watch.m_parent, m_window.get());
+            // Gone at once, so the next one is another.
+            QVERIFY(!watch.m_dialog);
+        }
+    }
+
+    void disabledAboutDoesNothing()
+    {
+        const ModalWatch watch;
+        action("actionAbout")->setEnabled(false);
+        m_window->showAbout();
+        QCOMPARE(watch.m_count, 0);
+        action("actionAbout")->setEnabled(true);
+        m_window->showAbout();
+        QCOMPARE(watch.m_count, 1);
+    }
+
+    void deviceManagerKeepsItsState()
+    {
+        auto* manager = m_window->findChild<DlgDeviceManager*>();
+        auto* host = manager->findChild<QLineEdit*>("lineEditNewHost"_s);
+        QVERIFY(!manager->isVisible());
+        action("actionDeviceManager")->trigger();
+        QVERIFY(manager->isVisible());
+        QVERIFY(!manager->isModal());
+        QVERIFY(!QApplication::activeModalWidget());
+        QTest::keyClicks(host, "unit.example"_s);
+        manager->close();
+        QVERIFY(!manager->isVisible());
+
+        action("actionDeviceManager")->trigger();
+        QCOMPARE(m_window->findChildren<DlgDeviceManager*>(), QList<DlgDeviceManager*>({ manager }));
+        QVERIFY(manager->isVisible());
+        QCOMPARE(host->text(), "unit.example"_s);
+    }
+
+    void disabledDeviceManagerDoesNothing()
+    {
+        const auto* manager = m_window->findChild<DlgDeviceManager*>();
+        action("actionDeviceManager")->setEnabled(false);
+        m_window->showDeviceManager();
+        QVERIFY(!manager->isVisible());
+        action("actionDeviceManager")->setEnabled(true);
+        m_window->showDeviceManager();
+        QVERIFY(manager->isVisible());
+    }
+
+    void updatesRunModally()
+    {
+        const ModalWatch watch;
+        const QPointer<DlgCheckForUpdates> dialog = updateDialog();
+        QVERIFY(dialog);
+        for (int round = 1; round <= 2; ++round) {
+            action("actionUpdates")->trigger();
+            // Only after the dialog has been closed.
+            QCOMPARE(watch.m_count, round);
+            QCOMPARE(watch.m_dialog.data(), dialog.data());
+            QVERIFY(dialog);
+            QVERIFY(!dialog->isVisible());
+        }
+    }
+
+    void disabledUpdatesRunAllTheSame()
+    {
+        const ModalWatch watch;
+        action("actionUpdates")->setEnabled(false);
+        m_window->showUpdates();
+        QCOMPARE(watch.m_count, 1);
+        QCOMPARE(watch.m_dialog.data(), updateDialog());
+    }
+
+    void windowHasNoSignalsAndSlots()
+    {
+        const QMetaObject& meta = MainWinQorMonitor::staticMetaObject;
+        QCOMPARE(QByteArray(meta.className()), QByteArray("MainWinQorMonitor"));
+        QCOMPARE(meta.methodCount(), meta.methodOffset());
+    }
+
+    void dialogsEndBeforeTheUnits()
+    {
+        QStringList ended;
+        const auto note = [&](const QObject* object, const char* name) {
+            connect(object, &QObject::destroyed, this, [&ended, name] { ended << QLatin1String(name); });
+        };
+        note(m_window->deviceList(), "device list");
+        note(updateDialog(), "update dialog");
+        note(m_window->findChild<DlgDeviceManager*>(), "device manager");
+        note(m_window->statusBar(), "form");
+        m_window.reset();
+        QCOMPARE(ended, QStringList({ "device manager"_s, "update dialog"_s, "device list"_s, "form"_s }));
+    }
 
 private:
     QAction* action(const char* name) const { return ::action(*m_window, name); }
@@ -82,113 +178,6 @@ private:
     TestStore m_store;
     std::unique_ptr<MainWinQorMonitor> m_window;
 };
-
-void TestWindowDialogs::init()
-{
-    m_store.clear();
-    m_window = std::make_unique<MainWinQorMonitor>();
-}
-
-void TestWindowDialogs::aboutIsFreshEachTime()
-{
-    const ModalWatch watch;
-    for (int round = 1; round <= 2; ++round) {
-        action("actionAbout")->trigger();
-        QCOMPARE(watch.m_count, round);
-        QCOMPARE(watch.m_class, QByteArray(DlgAbout::staticMetaObject.className()));
-        QCOMPARE(watch.m_parent, m_window.get());
-        // Gone at once, so the next one is another.
-        QVERIFY(!watch.m_dialog);
-    }
-}
-
-void TestWindowDialogs::disabledAboutDoesNothing()
-{
-    const ModalWatch watch;
-    action("actionAbout")->setEnabled(false);
-    m_window->showAbout();
-    QCOMPARE(watch.m_count, 0);
-    action("actionAbout")->setEnabled(true);
-    m_window->showAbout();
-    QCOMPARE(watch.m_count, 1);
-}
-
-void TestWindowDialogs::deviceManagerKeepsItsState()
-{
-    auto* manager = m_window->findChild<DlgDeviceManager*>();
-    auto* host = manager->findChild<QLineEdit*>(QStringLiteral("lineEditNewHost"));
-    QVERIFY(!manager->isVisible());
-    action("actionDeviceManager")->trigger();
-    QVERIFY(manager->isVisible());
-    QVERIFY(!manager->isModal());
-    QVERIFY(!QApplication::activeModalWidget());
-    QTest::keyClicks(host, QStringLiteral("unit.example"));
-    manager->close();
-    QVERIFY(!manager->isVisible());
-
-    action("actionDeviceManager")->trigger();
-    QCOMPARE(m_window->findChildren<DlgDeviceManager*>(), QList<DlgDeviceManager*>({ manager }));
-    QVERIFY(manager->isVisible());
-    QCOMPARE(host->text(), QStringLiteral("unit.example"));
-}
-
-void TestWindowDialogs::disabledDeviceManagerDoesNothing()
-{
-    const auto* manager = m_window->findChild<DlgDeviceManager*>();
-    action("actionDeviceManager")->setEnabled(false);
-    m_window->showDeviceManager();
-    QVERIFY(!manager->isVisible());
-    action("actionDeviceManager")->setEnabled(true);
-    m_window->showDeviceManager();
-    QVERIFY(manager->isVisible());
-}
-
-void TestWindowDialogs::updatesRunModally()
-{
-    const ModalWatch watch;
-    const QPointer<DlgCheckForUpdates> dialog = updateDialog();
-    QVERIFY(dialog);
-    for (int round = 1; round <= 2; ++round) {
-        action("actionUpdates")->trigger();
-        // Only after the dialog has been closed.
-        QCOMPARE(watch.m_count, round);
-        QCOMPARE(watch.m_dialog.data(), dialog.data());
-        QVERIFY(dialog);
-        QVERIFY(!dialog->isVisible());
-    }
-}
-
-void TestWindowDialogs::disabledUpdatesRunAllTheSame()
-{
-    const ModalWatch watch;
-    action("actionUpdates")->setEnabled(false);
-    m_window->showUpdates();
-    QCOMPARE(watch.m_count, 1);
-    QCOMPARE(watch.m_dialog.data(), updateDialog());
-}
-
-void TestWindowDialogs::windowHasNoSignalsAndSlots()
-{
-    const QMetaObject& meta = MainWinQorMonitor::staticMetaObject;
-    QCOMPARE(QByteArray(meta.className()), QByteArray("MainWinQorMonitor"));
-    QCOMPARE(meta.methodCount(), meta.methodOffset());
-}
-
-void TestWindowDialogs::dialogsEndBeforeTheUnits()
-{
-    QStringList ended;
-    const auto note = [&](const QObject* object, const char* name) {
-        connect(object, &QObject::destroyed, this, [&ended, name] { ended << QLatin1String(name); });
-    };
-    note(m_window->deviceList(), "device list");
-    note(updateDialog(), "update dialog");
-    note(m_window->findChild<DlgDeviceManager*>(), "device manager");
-    note(m_window->statusBar(), "form");
-    m_window.reset();
-    QCOMPARE(ended,
-             QStringList({ QStringLiteral("device manager"), QStringLiteral("update dialog"),
-                           QStringLiteral("device list"), QStringLiteral("form") }));
-}
 
 QTEST_MAIN(TestWindowDialogs)
 #include "tst_windowdialogs.moc"

@@ -2,6 +2,7 @@
 // When the window's place is stored, and what of it a new window takes.
 #include "unitwindow.h"
 
+#include "support/literals.h"
 #include "support/teststore.h"
 
 #include <QAction>
@@ -13,14 +14,14 @@
 #include <memory>
 
 namespace {
-const auto geometryKey = QStringLiteral("geometry");
+const auto geometryKey = "geometry"_s;
 constexpr int stillRunning = 7;
 const QSize defaultSize(1020, 509);
 const QRect place(60, 70, 640, 400);
 
 QAction* exitAction(const MainWinQorMonitor& window)
 {
-    return window.findChild<QAction*>(QStringLiteral("actionExit"));
+    return window.findChild<QAction*>("actionExit"_s);
 }
 
 // Runs the event loop, has the window exit in it, and returns the loop's code.
@@ -61,113 +62,104 @@ class TestWindowGeometry : public QObject {
 
 private slots:
     void init() { m_store.clear(); }
-    void firstWindowHasTheFormsSize_data();
-    void firstWindowHasTheFormsSize();
-    void exitStoresAndANewWindowRestores();
-    void alertAtStartFindsTheStoredPlace();
-    void disabledExitDoesNothing();
-    void nothingElseStores();
-    void otherEndKeepsWhatIsStored();
+    void firstWindowHasTheFormsSize_data()
+    {
+        QTest::addColumn<QVariant>("stored");
+        QTest::newRow("nothing stored") << QVariant();
+        QTest::newRow("empty") << QVariant(QByteArray());
+        QTest::newRow("not a geometry") << QVariant(QByteArray("geometry"));
+        QTest::newRow("not bytes") << QVariant(17);
+    }
+
+    void firstWindowHasTheFormsSize()
+    {
+        QFETCH(const QVariant, stored);
+        if (stored.isValid())
+            QSettings().setValue(geometryKey, stored);
+        MainWinQorMonitor window;
+        QCOMPARE(window.size(), defaultSize);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(window.size(), defaultSize);
+    }
+
+    void exitStoresAndANewWindowRestores()
+    {
+        MainWinQorMonitor window;
+        window.setGeometry(place);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(runUntil(window, triggerExit), 0);
+        QCOMPARE(QSettings().value(geometryKey).toByteArray(), window.saveGeometry());
+
+        MainWinQorMonitor next;
+        QCOMPARE(next.geometry(), place);
+        next.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&next));
+        QCOMPARE(next.geometry(), place);
+    }
+
+    void alertAtStartFindsTheStoredPlace()
+    {
+        {
+            MainWinQorMonitor window;
+            window.setGeometry(place);
+            callExit(window);
+        }
+        // Not connected yet, which is an alert; a unit's own one comes before it is in the list.
+        for (int i = 0; i < 2; ++i)
+            m_store.writeUnit(i, { { "Host"_s, "127.0.0.1"_s }, { "ZmqPort"_s, i } });
+        const ShowWatch watch;
+        const MainWinQorMonitor window;
+        QVERIFY(window.isVisible());
+        QCOMPARE(watch.m_places, QList<QRect>({ place }));
+    }
+
+    void disabledExitDoesNothing()
+    {
+        MainWinQorMonitor window;
+        exitAction(window)->setEnabled(false);
+        QCOMPARE(runUntil(window, callExit), stillRunning);
+        QVERIFY(!QSettings().contains(geometryKey));
+
+        exitAction(window)->setEnabled(true);
+        QCOMPARE(runUntil(window, callExit), 0);
+        QVERIFY(QSettings().contains(geometryKey));
+    }
+
+    void nothingElseStores()
+    {
+        auto window = std::make_unique<MainWinQorMonitor>();
+        window->setGeometry(place);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        window->hide();
+        window->show();
+        window->close();
+        QVERIFY(!window->isVisible());
+        window.reset();
+        QVERIFY(!QSettings().contains(geometryKey));
+    }
+
+    void otherEndKeepsWhatIsStored()
+    {
+        {
+            MainWinQorMonitor window;
+            window.setGeometry(place);
+            QCOMPARE(runUntil(window, triggerExit), 0);
+        }
+        const QByteArray stored = QSettings().value(geometryKey).toByteArray();
+        auto window = std::make_unique<MainWinQorMonitor>();
+        window->show();
+        window->setGeometry(place.translated(20, 20));
+        window->close();
+        window.reset();
+        QCOMPARE(QSettings().value(geometryKey).toByteArray(), stored);
+    }
 
 private:
     TestStore m_store;
 };
-
-void TestWindowGeometry::firstWindowHasTheFormsSize_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::newRow("nothing stored") << QVariant();
-    QTest::newRow("empty") << QVariant(QByteArray());
-    QTest::newRow("not a geometry") << QVariant(QByteArray("geometry"));
-    QTest::newRow("not bytes") << QVariant(17);
-}
-
-void TestWindowGeometry::firstWindowHasTheFormsSize()
-{
-    QFETCH(const QVariant, stored);
-    if (stored.isValid())
-        QSettings().setValue(geometryKey, stored);
-    MainWinQorMonitor window;
-    QCOMPARE(window.size(), defaultSize);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(window.size(), defaultSize);
-}
-
-void TestWindowGeometry::exitStoresAndANewWindowRestores()
-{
-    MainWinQorMonitor window;
-    window.setGeometry(place);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(runUntil(window, triggerExit), 0);
-    QCOMPARE(QSettings().value(geometryKey).toByteArray(), window.saveGeometry());
-
-    MainWinQorMonitor next;
-    QCOMPARE(next.geometry(), place);
-    next.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&next));
-    QCOMPARE(next.geometry(), place);
-}
-
-void TestWindowGeometry::alertAtStartFindsTheStoredPlace()
-{
-    {
-        MainWinQorMonitor window;
-        window.setGeometry(place);
-        callExit(window);
-    }
-    // Not connected yet, which is an alert; a unit's own one comes before it is in the list.
-    for (int i = 0; i < 2; ++i)
-        m_store.writeUnit(
-            i, { { QStringLiteral("Host"), QStringLiteral("127.0.0.1") }, { QStringLiteral("ZmqPort"), i } });
-    const ShowWatch watch;
-    const MainWinQorMonitor window;
-    QVERIFY(window.isVisible());
-    QCOMPARE(watch.m_places, QList<QRect>({ place }));
-}
-
-void TestWindowGeometry::disabledExitDoesNothing()
-{
-    MainWinQorMonitor window;
-    exitAction(window)->setEnabled(false);
-    QCOMPARE(runUntil(window, callExit), stillRunning);
-    QVERIFY(!QSettings().contains(geometryKey));
-
-    exitAction(window)->setEnabled(true);
-    QCOMPARE(runUntil(window, callExit), 0);
-    QVERIFY(QSettings().contains(geometryKey));
-}
-
-void TestWindowGeometry::nothingElseStores()
-{
-    auto window = std::make_unique<MainWinQorMonitor>();
-    window->setGeometry(place);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-    window->hide();
-    window->show();
-    window->close();
-    QVERIFY(!window->isVisible());
-    window.reset();
-    QVERIFY(!QSettings().contains(geometryKey));
-}
-
-void TestWindowGeometry::otherEndKeepsWhatIsStored()
-{
-    {
-        MainWinQorMonitor window;
-        window.setGeometry(place);
-        QCOMPARE(runUntil(window, triggerExit), 0);
-    }
-    const QByteArray stored = QSettings().value(geometryKey).toByteArray();
-    auto window = std::make_unique<MainWinQorMonitor>();
-    window->show();
-    window->setGeometry(place.translated(20, 20));
-    window->close();
-    window.reset();
-    QCOMPARE(QSettings().value(geometryKey).toByteArray(), stored);
-}
 
 int main(int argc, char** argv)
 {

@@ -2,6 +2,7 @@
 // The two timers that the main window starts.
 #include "alarmwindow.h"
 
+#include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/teststore.h"
 
@@ -35,7 +36,7 @@ public:
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { take(); });
         if (m_server.listen(QHostAddress::LocalHost))
             QNetworkProxy::setApplicationProxy(
-                { QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_server.serverPort() });
+                { QNetworkProxy::HttpProxy, "127.0.0.1"_s, m_server.serverPort() });
     }
     ~RefusingProxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
     Q_DISABLE_COPY_MOVE(RefusingProxy)
@@ -59,71 +60,65 @@ class TestWindowTimers : public QObject {
 
 private slots:
     void init() { m_store.clear(); }
-    void secondTimerDrivesNothing();
-    void updateIsCheckedOnce();
-    void switchedOffCheckAsksNobody();
-    void windowMayEndBeforeTheCheck();
+    void secondTimerDrivesNothing()
+    {
+        QSettings().setValue("AutoCheckUpdates"_s, false);
+        const TimerWatch watch;
+        const MainWinQorMonitor window;
+        addIdleUnit(window, 1);
+        raiseAlert(window);
+        acknowledge(window);
+        QTRY_VERIFY(watch.m_fired.size() >= 2);
+        QTimer* timer = watch.m_fired.first();
+        QCOMPARE(watch.m_fired.count(timer), watch.m_fired.size());
+        QVERIFY(timer->isActive());
+        QVERIFY(!timer->parent());
+        QCOMPARE(window.centralWidget()->findChild<QGroupBox*>("groupBox"_s)->styleSheet(), QString());
+        QVERIFY(!rings(window));
+
+        const LogCapture log;
+        timer->dumpObjectInfo();
+        QVERIFY(log.contains(QtDebugMsg, "  SIGNALS OUT"_s));
+        QCOMPARE(log.count(QtDebugMsg, "        signal:"_s), 0);
+        QCOMPARE(log.count(QtDebugMsg, "          -->"_s), 0);
+    }
+
+    void updateIsCheckedOnce()
+    {
+        const RefusingProxy proxy;
+        QElapsedTimer elapsed;
+        const MainWinQorMonitor window;
+        elapsed.start();
+        QTRY_COMPARE(proxy.m_requests.size(), 1);
+        // A coarse timer of two seconds.
+        QVERIFY2(elapsed.elapsed() >= 1850, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY(proxy.m_requests.first().contains("update.varko.example"));
+        QTest::qWait(2500);
+        QCOMPARE(proxy.m_requests.size(), 1);
+    }
+
+    void switchedOffCheckAsksNobody()
+    {
+        QSettings().setValue("AutoCheckUpdates"_s, false);
+        const RefusingProxy proxy;
+        const MainWinQorMonitor window;
+        QTest::qWait(2500);
+        QVERIFY(proxy.m_requests.isEmpty());
+    }
+
+    void windowMayEndBeforeTheCheck()
+    {
+        const RefusingProxy proxy;
+        {
+            const MainWinQorMonitor window;
+        }
+        QTest::qWait(2500);
+        QVERIFY(proxy.m_requests.isEmpty());
+    }
 
 private:
     TestStore m_store { TestStore::UpdateCheck::Unset };
 };
-
-void TestWindowTimers::secondTimerDrivesNothing()
-{
-    QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
-    const TimerWatch watch;
-    const MainWinQorMonitor window;
-    addIdleUnit(window, 1);
-    raiseAlert(window);
-    acknowledge(window);
-    QTRY_VERIFY(watch.m_fired.size() >= 2);
-    QTimer* timer = watch.m_fired.first();
-    QCOMPARE(watch.m_fired.count(timer), watch.m_fired.size());
-    QVERIFY(timer->isActive());
-    QVERIFY(!timer->parent());
-    QCOMPARE(window.centralWidget()->findChild<QGroupBox*>(QStringLiteral("groupBox"))->styleSheet(),
-             QString());
-    QVERIFY(!rings(window));
-
-    const LogCapture log;
-    timer->dumpObjectInfo();
-    QVERIFY(log.contains(QtDebugMsg, QStringLiteral("  SIGNALS OUT")));
-    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("        signal:")), 0);
-    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("          -->")), 0);
-}
-
-void TestWindowTimers::updateIsCheckedOnce()
-{
-    const RefusingProxy proxy;
-    QElapsedTimer elapsed;
-    const MainWinQorMonitor window;
-    elapsed.start();
-    QTRY_COMPARE(proxy.m_requests.size(), 1);
-    // A coarse timer of two seconds.
-    QVERIFY2(elapsed.elapsed() >= 1850, qPrintable(QString::number(elapsed.elapsed())));
-    QVERIFY(proxy.m_requests.first().contains("update.varko.example"));
-    QTest::qWait(2500);
-    QCOMPARE(proxy.m_requests.size(), 1);
-}
-
-void TestWindowTimers::switchedOffCheckAsksNobody()
-{
-    QSettings().setValue(QStringLiteral("AutoCheckUpdates"), false);
-    const RefusingProxy proxy;
-    const MainWinQorMonitor window;
-    QTest::qWait(2500);
-    QVERIFY(proxy.m_requests.isEmpty());
-}
-
-void TestWindowTimers::windowMayEndBeforeTheCheck()
-{
-    const RefusingProxy proxy;
-    {
-        const MainWinQorMonitor window;
-    }
-    QTest::qWait(2500);
-    QVERIFY(proxy.m_requests.isEmpty());
-}
 
 QTEST_MAIN(TestWindowTimers)
 #include "tst_windowtimers.moc"

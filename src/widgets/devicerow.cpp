@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "mainwindow/devicerow.h"
+#include "widgets/devicerow.h"
 
 #include "devices/device.h"
 
