@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // "Beenden" while the real program is inside a dialog: the tray's menu offers it at any time.
-#include "monitorprocess.h"
+#include "support/monitorprocess.h"
 #include "support/literals.h"
 
 #include <QSettings>

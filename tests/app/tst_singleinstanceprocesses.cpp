@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The single-instance guard between real processes of the program.
-#include "monitorprocess.h"
+#include "support/monitorprocess.h"
 #include "support/literals.h"
 
 #include <QFileInfo>

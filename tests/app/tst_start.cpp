@@ -2,7 +2,7 @@
 // Start and end of the real program, judged by its log, exit code and window.
 #include "base/contact.h"
 #include "base/version.h"
-#include "monitorprocess.h"
+#include "support/monitorprocess.h"
 #include "support/literals.h"
 #include "support/publisher.h"
 

@@ -2,8 +2,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
@@ -15,7 +15,6 @@
 #include <functional>
 
 namespace {
-const auto loopback = "127.0.0.1"_s;
 const auto unresolvable = "not a host name"_s;
 const auto deviceChanged = "list.deviceChanged"_s;
 } // namespace
@@ -42,7 +41,7 @@ private slots:
         QVERIFY(!device.monitored());
         QVERIFY(device.alert());
         QVERIFY(device.alertTime() >= before && device.alertTime() <= QDateTime::currentDateTime());
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
         QVERIFY(device.qorInterface());
         QVERIFY(!device.qorInterface()->parent());
         QVERIFY(!device.qorInterface()->isRunning());

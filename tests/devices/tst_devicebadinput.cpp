@@ -3,8 +3,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
@@ -92,13 +92,13 @@ private slots:
         const LogCapture log;
         emit link->receiveQorMessage(text);
         QCOMPARE(log.count(QtWarningMsg, "Device::processQorMessage() parse error "_s), 1);
-        QCOMPARE(displayTexts(device), QStringList({ connectedText(), incompatibleText() }));
+        QCOMPARE(displayTexts(device), QStringList({ connectedText, incompatibleText }));
         QVERIFY(device.alert());
         // Nothing of such a text is believed, its name neither.
         QCOMPARE(device.qorName(), name);
 
         emit link->receiveQorMessage(report);
-        QCOMPARE(displayTexts(device), QStringList({ connectedText(), "Feuer"_s }));
+        QCOMPARE(displayTexts(device), QStringList({ connectedText, "Feuer"_s }));
         QVERIFY(!device.alert());
     }
 
@@ -139,12 +139,12 @@ private slots:
         emit link->receiveQorMessage(text);
         QCOMPARE(log.count(QtCriticalMsg, "Device::onReceiveQorMessage() receive incompatible cmd  ,"_s), 1);
         QCOMPARE(device.qorName(), QString());
-        QCOMPARE(displayTexts(device), QStringList({ connectedText(), incompatibleText() }));
+        QCOMPARE(displayTexts(device), QStringList({ connectedText, incompatibleText }));
         QVERIFY(device.alert());
 
         emit link->receiveQorMessage(statusReport(name));
         QCOMPARE(device.qorName(), name);
-        QCOMPARE(displayTexts(device), QStringList { connectedText() });
+        QCOMPARE(displayTexts(device), QStringList { connectedText });
         QVERIFY(!device.alert());
     }
 
@@ -184,8 +184,8 @@ private slots:
         emit device.qorInterface()->receiveQorMessage(text);
         QTEST(device.qorName(), "qorName");
         QCOMPARE(displayTexts(device),
-                 incompatible ? QStringList({ connectedText(), incompatibleText() })
-                              : QStringList { connectedText() });
+                 incompatible ? QStringList({ connectedText, incompatibleText })
+                              : QStringList { connectedText });
         QCOMPARE(device.alert(), incompatible);
     }
 

@@ -3,8 +3,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
@@ -14,7 +14,6 @@
 #include <QtTest>
 
 namespace {
-const auto loopback = "127.0.0.1"_s;
 const auto name = "Halle 2"_s;
 const auto deviceStateChanged = "deviceStateChanged"_s;
 const auto deviceStatesChanged = "list.deviceStatesChanged"_s;
@@ -40,10 +39,10 @@ private slots:
         QTest::addColumn<int>("state");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("messageClass");
-        QTest::newRow("disconnected") << 0 << disconnectedText() << "error"_s;
-        QTest::newRow("pending") << 1 << pendingText() << "warning"_s;
-        QTest::newRow("connected") << 2 << connectedText() << "confirmation"_s;
-        QTest::newRow("incompatible") << 3 << incompatibleText() << "error"_s;
+        QTest::newRow("disconnected") << 0 << disconnectedText << "error"_s;
+        QTest::newRow("pending") << 1 << pendingText << "warning"_s;
+        QTest::newRow("connected") << 2 << connectedText << "confirmation"_s;
+        QTest::newRow("incompatible") << 3 << incompatibleText << "error"_s;
         QTest::newRow("newer software") << 4 << "Neue SW Version verfügbar V1.1"_s
                                         << "warning"_s;
     }
@@ -130,9 +129,9 @@ private slots:
         recorder.watch(list);
         startMonitoring(device, publisher);
         // The new message comes first, then the warnings go, then the incompatibility.
-        QCOMPARE(seen,
-                 QVector<QStringList>(
-                     { { pendingText(), incompatibleText() }, { pendingText() }, { pendingText() } }));
+        QCOMPARE(
+            seen,
+            QVector<QStringList>({ { pendingText, incompatibleText }, { pendingText }, { pendingText } }));
         QVERIFY(!device.alert());
         QStringList names = recorder.take();
         names.removeAll("list.deviceChanged"_s);
@@ -151,7 +150,7 @@ private slots:
         recorder.watch(list);
         recorder.watch(device);
         emit device.qorInterface()->receiveQorMessage(QByteArrayLiteral(" "));
-        QCOMPARE(displayTexts(device), QStringList({ connectedText(), incompatibleText(), "Feuer"_s }));
+        QCOMPARE(displayTexts(device), QStringList({ connectedText, incompatibleText, "Feuer"_s }));
         QCOMPARE(recorder.take(), QStringList({ deviceStatesChanged, deviceStateChanged }));
     }
 
@@ -170,10 +169,9 @@ private slots:
         recorder.watch(list);
         device.setMonitored(false);
         // The warnings go first, then the incompatibility, and the message changes last.
-        QCOMPARE(
-            seen,
-            QVector<QStringList>(
-                { { connectedText(), incompatibleText() }, { connectedText() }, { disconnectedText() } }));
+        QCOMPARE(seen,
+                 QVector<QStringList>(
+                     { { connectedText, incompatibleText }, { connectedText }, { disconnectedText } }));
         QVERIFY(device.alert());
         // The flag is raised for the link before the incompatibility ends, so it does not change at all.
         QCOMPARE(recorder.take(),
@@ -188,13 +186,13 @@ private slots:
         Device device(&list);
         const auto hint = "Neue SW Version verfügbar V1.1"_s;
         device.updateVersionInfo("1.0"_s, "01. Dec 2024"_s, "1.1"_s, "01. Jan 2025"_s);
-        QCOMPARE(displayTexts(device), QStringList({ disconnectedText(), hint }));
+        QCOMPARE(displayTexts(device), QStringList({ disconnectedText, hint }));
         startMonitoring(device, publisher);
-        QCOMPARE(displayTexts(device), QStringList({ pendingText(), hint }));
+        QCOMPARE(displayTexts(device), QStringList({ pendingText, hint }));
         emit device.qorInterface()->receiveQorMessage(statusReport(name));
-        QCOMPARE(displayTexts(device), QStringList({ connectedText(), hint }));
+        QCOMPARE(displayTexts(device), QStringList({ connectedText, hint }));
         device.setMonitored(false);
-        QCOMPARE(displayTexts(device), QStringList({ disconnectedText(), hint }));
+        QCOMPARE(displayTexts(device), QStringList({ disconnectedText, hint }));
     }
 
     void messagesStandInOrder()
@@ -205,7 +203,7 @@ private slots:
         device.setIncompatible(true);
         device.setWarnings({ warning("Feuer"_s), warning("Störung"_s) });
         QCOMPARE(displayTexts(device),
-                 QStringList({ disconnectedText(), incompatibleText(), "Neue SW Version verfügbar V1.1"_s,
+                 QStringList({ disconnectedText, incompatibleText, "Neue SW Version verfügbar V1.1"_s,
                                "Feuer"_s, "Störung"_s }));
     }
 
@@ -279,14 +277,14 @@ private slots:
         startMonitoring(device, publisher);
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport(name, { warning("Feuer"_s) }));
-        QTRY_COMPARE(displayTexts(device), QStringList({ connectedText(), "Feuer"_s }));
+        QTRY_COMPARE(displayTexts(device), QStringList({ connectedText, "Feuer"_s }));
         QCOMPARE(device.qorName(), name);
         QVERIFY(!device.alert());
-        QTRY_COMPARE_WITH_TIMEOUT(displayTexts(device), QStringList { disconnectedText() }, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(displayTexts(device), QStringList { disconnectedText }, 10000);
         QVERIFY(device.alert());
         QCOMPARE(device.stateText(), "Getrennt"_s);
         publisher.send(statusReport(name, { warning("Feuer"_s) }));
-        QTRY_COMPARE(displayTexts(device), QStringList({ connectedText(), "Feuer"_s }));
+        QTRY_COMPARE(displayTexts(device), QStringList({ connectedText, "Feuer"_s }));
         QVERIFY(!device.alert());
     }
 
@@ -297,7 +295,7 @@ private:
         device.setHost(loopback);
         device.setZmqPort(publisher.port());
         device.setMonitored(true);
-        QTRY_COMPARE(displayTexts(device).constFirst(), pendingText());
+        QTRY_COMPARE(displayTexts(device).constFirst(), pendingText);
         QCOMPARE(device.qorInterface()->state(), QorInterface::Pending);
     }
 };

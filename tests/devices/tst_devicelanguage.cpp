@@ -4,7 +4,7 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/unittexts.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/publisher.h"
@@ -96,17 +96,17 @@ private slots:
         DeviceList list(nullptr);
         Device device(&list);
         QVERIFY(device.stateText().startsWith(QLatin1String("Device|")));
-        QCOMPARE(displayTexts(device), QStringList(disconnectedText()));
+        QCOMPARE(displayTexts(device), QStringList(disconnectedText));
         device.setZmqPort(publisher.port());
         device.setHost("127.0.0.1"_s);
         device.setMonitored(true);
-        QTRY_COMPARE(displayTexts(device), QStringList(pendingText()));
+        QTRY_COMPARE(displayTexts(device), QStringList(pendingText));
         emit device.qorInterface()->receiveQorMessage(statusReport(name));
-        QCOMPARE(displayTexts(device), QStringList(connectedText()));
+        QCOMPARE(displayTexts(device), QStringList(connectedText));
         device.setIncompatible(true);
         device.updateVersionInfo(number, "01. Dec 2024"_s, newNumber, "01. Jan 2025"_s);
         QCOMPARE(displayTexts(device),
-                 QStringList({ connectedText(), incompatibleText(), "Neue SW Version verfügbar V1.1"_s }));
+                 QStringList({ connectedText, incompatibleText, "Neue SW Version verfügbar V1.1"_s }));
     }
 
     void hintBoxReadsDatesInTheSystemsLanguage_data()

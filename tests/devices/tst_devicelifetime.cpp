@@ -3,8 +3,8 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
@@ -23,7 +23,6 @@
 #include <thread>
 
 namespace {
-const auto loopback = "127.0.0.1"_s;
 constexpr int floodLimitMs = 20000;
 
 // A unit that publishes without a pause, on a thread of its own.

@@ -2,8 +2,8 @@
 #include "devices/devicelist.h"
 
 #include "devices/device.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "support/literals.h"
 
 #include <QMetaMethod>

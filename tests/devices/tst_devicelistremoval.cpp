@@ -3,7 +3,7 @@
 #include "devices/devicelist.h"
 
 #include "devices/device.h"
-#include "devices/signalrecorder.h"
+#include "support/signalrecorder.h"
 #include "support/literals.h"
 
 #include <QPointer>

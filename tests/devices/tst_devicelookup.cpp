@@ -3,15 +3,15 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
+#include "support/signalrecorder.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/publisher.h"
+#include "support/units.h"
 
 #include <QtTest>
 
 namespace {
-const auto loopback = "127.0.0.1"_s;
 const auto unresolvable = "not a host name"_s;
 const auto deviceChanged = "list.deviceChanged"_s;
 } // namespace

@@ -3,8 +3,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
@@ -43,7 +43,7 @@ private slots:
     {
         m_device->processQorMessage(statusReport(name, { warning("Feuer"_s) }));
         QCOMPARE(m_device->qorName(), name);
-        QCOMPARE(displayTexts(*m_device), QStringList({ disconnectedText(), "Feuer"_s }));
+        QCOMPARE(displayTexts(*m_device), QStringList({ disconnectedText, "Feuer"_s }));
         // The name counts first, and the alert follows the change that it is about.
         QCOMPARE(m_recorder->take(),
                  QStringList({ qorNameChanged, deviceChanged, deviceStatesChanged, deviceStateChanged,
@@ -74,7 +74,7 @@ private slots:
         m_recorder->take();
         m_device->processQorMessage(report);
         QCOMPARE(m_device->qorName(), name);
-        QCOMPARE(displayTexts(*m_device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(*m_device), QStringList { disconnectedText });
         QCOMPARE(m_recorder->take(), QStringList({ deviceStatesChanged, deviceStateChanged }));
     }
 
@@ -102,7 +102,7 @@ private slots:
         m_recorder->take();
         m_device->processQorMessage(statusReport(name));
         QVERIFY(!m_device->alert());
-        QCOMPARE(displayTexts(*m_device), QStringList { connectedText() });
+        QCOMPARE(displayTexts(*m_device), QStringList { connectedText });
         QCOMPARE(m_recorder->take(),
                  QStringList({ qorNameChanged, deviceChanged, deviceStatesChanged, deviceStateChanged,
                                alertChanged }));
@@ -129,7 +129,7 @@ private slots:
         m_device->processQorMessage(message);
         QCOMPARE(m_device->qorName(), name);
         QVERIFY(m_device->alert());
-        QCOMPARE(displayTexts(*m_device), QStringList({ connectedText(), incompatibleText() }));
+        QCOMPARE(displayTexts(*m_device), QStringList({ connectedText, incompatibleText }));
         // Once for the warnings that went, once for the incompatibility, and then the flag.
         QCOMPARE(m_recorder->take(),
                  QStringList({ deviceStatesChanged, deviceStateChanged, deviceStatesChanged,
@@ -183,8 +183,8 @@ private slots:
         m_device->setWarnings({ warning("Feuer"_s) });
         m_device->processQorMessage(versionInfo(name, "1.0"_s, "01. Dec 2024"_s, "1.1"_s, "01. Jan 2025"_s));
         QCOMPARE(displayTexts(*m_device),
-                 QStringList({ disconnectedText(), incompatibleText(), "Neue SW Version verfügbar V1.1"_s,
-                               "Feuer"_s }));
+                 QStringList(
+                     { disconnectedText, incompatibleText, "Neue SW Version verfügbar V1.1"_s, "Feuer"_s }));
     }
 
     void incompatibleTwiceIsSilent()
@@ -206,8 +206,8 @@ private slots:
         connect(m_device, &Device::deviceStateChanged, &scope, [&] { seen.append(displayTexts(*m_device)); });
         m_device->setIncompatible(true);
         m_device->setIncompatible(false);
-        const QStringList incompatible { disconnectedText(), incompatibleText() };
-        QCOMPARE(seen, QVector<QStringList>({ incompatible, incompatible, { disconnectedText() } }));
+        const QStringList incompatible { disconnectedText, incompatibleText };
+        QCOMPARE(seen, QVector<QStringList>({ incompatible, incompatible, { disconnectedText } }));
     }
 
     void arrivesThroughTheLinkInOrder()
@@ -216,7 +216,7 @@ private slots:
         QCOMPARE(m_recorder->take(),
                  QStringList({ deviceStatesChanged, deviceStateChanged, alertChanged, qorNameChanged,
                                deviceChanged, deviceStatesChanged, deviceStateChanged, alertChanged }));
-        QCOMPARE(displayTexts(*m_device), QStringList({ connectedText(), "Feuer"_s }));
+        QCOMPARE(displayTexts(*m_device), QStringList({ connectedText, "Feuer"_s }));
     }
 
 private:

@@ -3,11 +3,12 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 
-#include "devices/signalrecorder.h"
+#include "support/signalrecorder.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
+#include "support/units.h"
 
 #include <QSettings>
 #include <QtTest>
@@ -15,7 +16,6 @@
 #include <zmq.hpp>
 
 namespace {
-const auto loopback = "127.0.0.1"_s;
 
 QVariantMap unitValues(const QString& host, int zmqPort = 5566)
 {

@@ -3,8 +3,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 
@@ -109,7 +109,7 @@ private slots:
         Device device(&list);
         const LogCapture log;
         device.processQorMessage(versionInfo({}, localNo, localDate, remoteNo, remoteDate));
-        QStringList expected { disconnectedText() };
+        QStringList expected { disconnectedText };
         if (newer)
             expected.append("Neue SW Version verfügbar V"_s + remoteNo);
         QCOMPARE(displayTexts(device), expected);
@@ -124,9 +124,9 @@ private slots:
         DeviceList list(nullptr);
         Device device(&list);
         device.updateVersionInfo(number, "05. Mar 2024"_s, newNumber, "01. Oct 2024"_s);
-        QCOMPARE(displayTexts(device), QStringList({ disconnectedText(), hint }));
+        QCOMPARE(displayTexts(device), QStringList({ disconnectedText, hint }));
         device.updateVersionInfo(newNumber, "01. Oct 2024"_s, newNumber, "05. Mar 2024"_s);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
     }
 
     void newVersionIsAnnouncedInOrder()
@@ -143,7 +143,7 @@ private slots:
         // What ends the hint is announced in the same way.
         device.updateVersionInfo(newNumber, newDate, newNumber, newDate);
         QCOMPARE(recorder.take(), announced);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
     }
 
     void sameReportAgainIsSilent()
@@ -173,7 +173,7 @@ private slots:
         recorder.watch(device);
         device.updateVersionInfo(number, oldDate, newNumber, newDate);
         QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
         // The dates themselves have not been taken either.
         const BoxAnswerer answerer;
         device.showVersionHint();
@@ -195,10 +195,10 @@ private slots:
         DeviceList list(nullptr);
         Device device(&list);
         device.updateVersionInfo(number, newDate, newNumber, oldDate);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
         device.updateVersionInfo(localNo, oldDate, remoteNo, newDate);
         QCOMPARE(displayTexts(device),
-                 QStringList({ disconnectedText(), "Neue SW Version verfügbar V"_s + remoteNo }));
+                 QStringList({ disconnectedText, "Neue SW Version verfügbar V"_s + remoteNo }));
     }
 
     void firstReportWithoutNumbersIsIgnored()
@@ -209,7 +209,7 @@ private slots:
         recorder.watch(device);
         device.updateVersionInfo({}, oldDate, {}, newDate);
         QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText() });
+        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
     }
 
     void hintBoxAsksForTheUpdate()

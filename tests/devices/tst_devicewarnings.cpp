@@ -3,8 +3,8 @@
 #include "devices/device.h"
 
 #include "devices/devicelist.h"
-#include "devices/signalrecorder.h"
-#include "devices/unittexts.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 #include "support/literals.h"
 
 #include <QtTest>
@@ -102,10 +102,10 @@ private slots:
         connect(&device, &Device::deviceStateChanged, &scope, look);
         connect(&list, &DeviceList::alertChanged, &scope, look);
         device.setWarnings({ fire() });
-        const QStringList raised { disconnectedText(), "Feuer"_s };
+        const QStringList raised { disconnectedText, "Feuer"_s };
         QCOMPARE(seen, QVector<QStringList>({ raised, raised }));
         device.setWarnings({});
-        QCOMPARE(seen, QVector<QStringList>({ raised, raised, { disconnectedText() } }));
+        QCOMPARE(seen, QVector<QStringList>({ raised, raised, { disconnectedText } }));
     }
 
     void leaveTheAlertFlagAlone()

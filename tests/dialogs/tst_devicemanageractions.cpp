@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The buttons after the loaded unit has been removed: they learn of its end with the next thing that is done.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The form of the device manager, as the dialog comes out of its constructor.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
-#include "support/contextmarker.h"
+#include "support/markingtranslator.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/messageboxes.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The device manager under the keyboard.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What the rows show, and what the buttons and clicks do to the unit of a row.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Units that go while they are worked on, and links that refuse: nothing dangles and nothing is lost.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rows that the user has sorted, and what then happens to them.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

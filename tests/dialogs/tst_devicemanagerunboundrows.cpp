@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Clicks that meet no unit.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

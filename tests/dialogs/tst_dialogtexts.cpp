@@ -2,7 +2,7 @@
 // The texts of the dialogs and of their boxes can be translated, each in the context of its dialog.
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgdownloadmonitor.h"
-#include "support/contextmarker.h"
+#include "support/markingtranslator.h"
 #include "support/literals.h"
 #include "support/updatefixture.h"
 

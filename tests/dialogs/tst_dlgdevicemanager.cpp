@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Adding and changing units by means of the entry fields.
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

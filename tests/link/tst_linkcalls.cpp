@@ -2,8 +2,8 @@
 // What a link asks of the ZeroMQ library, in which order and on which thread.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
-#include "link/zmqfaults.h"
+#include "support/units.h"
+#include "support/zmqfaults.h"
 #include "support/literals.h"
 #include "support/publisher.h"
 
@@ -51,7 +51,7 @@ private slots:
         Publisher publisher;
         QorInterface link;
         zmqfaults::reset();
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
         QCOMPARE(kinds(), QVector<Call>({ Call::Subscribe, Call::Connect, Call::InitMessage }));
@@ -79,7 +79,7 @@ private slots:
     {
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback(), publisher.port()));
+        QVERIFY(link->connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
         // Nor does a text or the end of the link bring another one.
@@ -97,7 +97,7 @@ private slots:
     {
         const Publisher publisher;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
         QElapsedTimer elapsed;
         elapsed.start();
@@ -116,7 +116,7 @@ private slots:
     {
         Publisher publisher;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
         zmqfaults::reset();
@@ -131,7 +131,7 @@ private slots:
         QVERIFY(publisher.waitForUnsubscriber());
         QCOMPARE(zmqfaults::count(Call::Receive), receives);
         // A connect to follow takes a new socket.
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QCOMPARE(zmqfaults::count(Call::NewSocket), 1);
         QCOMPARE(zmqfaults::count(Call::NewContext), 0);
@@ -145,7 +145,7 @@ private slots:
         QCOMPARE(kinds(), QVector<Call>({ Call::CloseSocket }));
         Publisher publisher;
         link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback(), publisher.port()));
+        QVERIFY(link->connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
         zmqfaults::reset();

@@ -2,8 +2,9 @@
 // A link whose ZeroMQ library fails: what the caller sees, and that the link can be used again.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
-#include "link/zmqfaults.h"
+#include "support/linkjournal.h"
+#include "support/units.h"
+#include "support/zmqfaults.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
@@ -67,7 +68,7 @@ private slots:
         QFETCH(const Call, call);
         Publisher publisher;
         LinkedUnit unit(publisher.port());
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         const LogCapture log;
         zmqfaults::failNext(call, EINVAL);
         QCOMPARE(errorOf([&] { unit.device->setMonitored(true); }), EINVAL);
@@ -96,7 +97,7 @@ private slots:
         QFETCH(const int, port);
         QorInterface link;
         // The library only looks at the shape of the text; what it lets pass is never reached.
-        QTEST(errorOf([&] { link.connectQor(loopback(), port); }), "error");
+        QTEST(errorOf([&] { link.connectQor(loopback, port); }), "error");
         QCOMPARE(link.port(), port);
         QCOMPARE(errorOf([&] { link.disconnectQor(); }), 0);
         verifyUsable(link);
@@ -110,7 +111,7 @@ private slots:
         QVERIFY(publisher.waitForSubscriber());
         publisher.send("{}");
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         zmqfaults::failNext(Call::Disconnect, ENOENT);
         QCOMPARE(errorOf([&] { unit.device->setMonitored(false); }), ENOENT);
         QCOMPARE(journal.entries, QStringList({ "state Getrennt"_s, "host "_s, "address "_s }));
@@ -124,10 +125,10 @@ private slots:
         Publisher first;
         Publisher second;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback(), first.port()));
+        QVERIFY(link.connectQor(loopback, first.port()));
         QVERIFY(first.waitForSubscriber());
         zmqfaults::failNext(Call::Disconnect, ENOENT);
-        QCOMPARE(errorOf([&] { link.connectQor(loopback(), second.port()); }), ENOENT);
+        QCOMPARE(errorOf([&] { link.connectQor(loopback, second.port()); }), ENOENT);
         QVERIFY(first.waitForUnsubscriber());
         QCOMPARE(zmqfaults::count(Call::Connect), 1);
         QCOMPARE(link.port(), first.port());
@@ -138,10 +139,10 @@ private slots:
     {
         const Publisher publisher;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         link.disconnectQor();
         zmqfaults::failNext(Call::NewSocket, EMFILE);
-        QCOMPARE(errorOf([&] { link.connectQor(loopback(), publisher.port()); }), EMFILE);
+        QCOMPARE(errorOf([&] { link.connectQor(loopback, publisher.port()); }), EMFILE);
         verifyUsable(link);
     }
 
@@ -149,7 +150,7 @@ private slots:
     {
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback(), publisher.port()));
+        QVERIFY(link->connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         const LogCapture log;
         zmqfaults::failNext(Call::Disconnect, ENOENT);
@@ -186,7 +187,7 @@ private slots:
         QFETCH(const int, error);
         Publisher publisher;
         LinkedUnit unit(publisher.port());
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         const LogCapture log;
         zmqfaults::failNext(call, error);
         unit.device->setMonitored(true);
@@ -216,7 +217,7 @@ private slots:
         QorInterface link;
         const LogCapture log;
         zmqfaults::failNext(Call::Receive, ENOTSOCK);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         // The loop has failed, and its notice is still queued.
         QVERIFY(link.wait(5000));
         link.disconnectQor();
@@ -246,7 +247,7 @@ private slots:
         QSignalSpy received(&link, &QorInterface::receiveQorMessage);
         const LogCapture log;
         zmqfaults::failBetweenFrames(ENOTSOCK);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         publisher.sendFrames({ "one", "two", "three" });
         QTRY_COMPARE(log.count(QtDebugMsg, disconnectLine), 1);
@@ -264,7 +265,7 @@ private:
         QCOMPARE(link.state(), QorInterface::Disconnected);
         Publisher publisher;
         QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         publisher.send("{}");
         QTRY_COMPARE(received.count(), 1);

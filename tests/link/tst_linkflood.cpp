@@ -2,7 +2,7 @@
 // Units that publish faster than a link polls: nothing of them outlives the link to them.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
+#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
@@ -66,14 +66,14 @@ private slots:
         for (int i = 0; i < rounds; ++i) {
             Publisher first;
             Publisher second;
-            QVERIFY(link.connectQor(loopback(), first.port()));
+            QVERIFY(link.connectQor(loopback, first.port()));
             QVERIFY(first.waitForSubscriber());
             QSignalSpy received(&link, &QorInterface::receiveQorMessage);
             publish(first, "first", frames);
             QTRY_VERIFY(received.count() > 3);
             received.clear();
 
-            QVERIFY(link.connectQor(loopback(), second.port()));
+            QVERIFY(link.connectQor(loopback, second.port()));
             QVERIFY(second.waitForSubscriber());
             publish(first, "first", frames);
             second.sendFrames({ "second", "end" });
@@ -93,9 +93,9 @@ private slots:
         connect(
             &link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
         const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback(), first.port()));
+        QVERIFY(link.connectQor(loopback, first.port()));
         // The text arrives before the event loop has had its turn since the disconnect.
-        QVERIFY(link.connectQor(loopback(), second.port()));
+        QVERIFY(link.connectQor(loopback, second.port()));
         QVERIFY(second.waitForSubscriber());
         second.send("text");
         QVERIFY(queued.tryAcquire(1, 5000));

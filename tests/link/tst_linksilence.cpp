@@ -2,7 +2,8 @@
 // Links to units that say nothing, or nothing any more.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
+#include "support/linkjournal.h"
+#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
@@ -79,15 +80,15 @@ private slots:
         LinkedUnit unit(publisher.port());
         unit.device->setMonitored(true);
         QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport);
+        publisher.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         // The time counts from the last text, not from the first.
         QElapsedTimer sinceText;
         connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] { sinceText.start(); });
-        QTimer::singleShot(1500, this, [&] { publisher.send(statusReport); });
+        QTimer::singleShot(1500, this, [&] { publisher.send(statusReport()); });
         qint64 silence = 0;
         connect(&unit.link, &QorInterface::connectStateChanged, this, [&] { silence = sinceText.elapsed(); });
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         const LogCapture log;
         QTRY_COMPARE_WITH_TIMEOUT(unit.link.state(), QorInterface::Disconnected, 10000);
         // Not early, since the clock here starts a little later than the timer, and not late but for a busy
@@ -95,11 +96,11 @@ private slots:
         QVERIFY2(silence >= 4990 && silence <= 5750, QByteArray::number(silence).constData());
         QCOMPARE(unit.link.stateText(), "Getrennt"_s);
         QVERIFY(unit.link.isRunning());
-        QCOMPARE(unit.link.host(), loopback());
-        QCOMPARE(unit.link.ipAddress(), loopback());
+        QCOMPARE(unit.link.host(), loopback);
+        QCOMPARE(unit.link.ipAddress(), loopback);
         QCOMPARE(log.count(QtDebugMsg, disconnectLine) + log.count(QtDebugMsg, endLine), 0);
 
-        publisher.send(statusReport);
+        publisher.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(journal.entries.filter("state "_s), QStringList({ disconnectedEntry, connectedEntry }));
     }
@@ -116,14 +117,14 @@ private slots:
             unit->device->setMonitored(true);
         for (Publisher& publisher : publishers) {
             QVERIFY(publisher.waitForSubscriber());
-            publisher.send(statusReport);
+            publisher.send(statusReport());
         }
         for (LinkedUnit* unit : units)
             QTRY_COMPARE(unit->link.state(), QorInterface::Connected);
         for (LinkedUnit* unit : units)
             QTRY_COMPARE_WITH_TIMEOUT(unit->link.state(), QorInterface::Disconnected, 10000);
 
-        const SignalJournal journal(unmonitored.link);
+        const LinkJournal journal(unmonitored.link);
         const LogCapture log;
         unmonitored.device->setMonitored(false);
         QVERIFY(publishers[0].waitForUnsubscriber());
@@ -135,7 +136,7 @@ private slots:
         moved.device->setZmqPort(next.port());
         QVERIFY(publishers[1].waitForUnsubscriber());
         QVERIFY(next.waitForSubscriber());
-        next.send(statusReport);
+        next.send(statusReport());
         QTRY_COMPARE(moved.link.state(), QorInterface::Connected);
 
         destroyed.reset();
@@ -150,10 +151,10 @@ private slots:
         LinkedUnit unit(publisher.port());
         unit.device->setMonitored(true);
         QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport);
+        publisher.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         unit.device->setMonitored(false);
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         unit.device->setMonitored(true);
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         // Past the time that the last text of the old connection had.

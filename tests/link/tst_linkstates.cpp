@@ -2,7 +2,8 @@
 // The connection state of a unit's link from the first connect to the destruction, and what is logged.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
+#include "support/linkjournal.h"
+#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
@@ -25,7 +26,7 @@ private slots:
     {
         Publisher publisher;
         LinkedUnit unit(publisher.port());
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         const LogCapture log;
         unit.device->setMonitored(true);
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
@@ -35,8 +36,8 @@ private slots:
         QCOMPARE(unit.link.state(), QorInterface::Pending);
         QCOMPARE(log.count(QtDebugMsg, startLine), 1);
 
-        publisher.send(statusReport);
-        publisher.send(statusReport);
+        publisher.send(statusReport());
+        publisher.send(statusReport());
         QTRY_COMPARE(journal.entries.filter("text "_s).size(), 2);
         QCOMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(unit.link.stateText(), "Verbunden"_s);
@@ -53,9 +54,9 @@ private slots:
         unit.device->setMonitored(true);
         QVERIFY(publisher.waitForSubscriber());
         QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        publisher.send(statusReport);
+        publisher.send(statusReport());
         QTRY_COMPARE(received.count(), 1);
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         const LogCapture log;
 
         QElapsedTimer elapsed;
@@ -88,7 +89,7 @@ private slots:
         QorInterface link;
         link.setHost("unit"_s);
         link.setIpAddress("192.0.2.20"_s);
-        const SignalJournal journal(link);
+        const LinkJournal journal(link);
         const LogCapture log;
         link.disconnectQor();
         QVERIFY(log.lines().isEmpty());
@@ -102,17 +103,17 @@ private slots:
         Publisher first;
         Publisher second;
         LinkedUnit unit(first.port());
-        const SignalJournal journal(unit.link);
+        const LinkJournal journal(unit.link);
         unit.device->setMonitored(true);
         QVERIFY(first.waitForSubscriber());
-        first.send(statusReport);
+        first.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
 
         unit.device->setZmqPort(second.port());
         QVERIFY(first.waitForUnsubscriber());
         QVERIFY(second.waitForSubscriber());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
-        second.send(statusReport);
+        second.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(
             journal.entries.filter("state "_s),
@@ -124,10 +125,10 @@ private slots:
         const Publisher first;
         const Publisher second;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback(), first.port()));
+        QVERIFY(link.connectQor(loopback, first.port()));
         QTRY_COMPARE(link.state(), QorInterface::Pending);
         QCoreApplication::processEvents();
-        const SignalJournal journal(link);
+        const LinkJournal journal(link);
         const LogCapture log;
         QVERIFY(link.connectQor("localhost"_s, second.port()));
         const QStringList expected {
@@ -176,7 +177,7 @@ private slots:
         unit.device->setHost("localhost"_s);
         QVERIFY(publisher.waitForSubscriber());
         QCOMPARE(unit.link.host(), "localhost"_s);
-        publisher.send(statusReport);
+        publisher.send(statusReport());
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
     }
 
@@ -187,7 +188,7 @@ private slots:
         const LogCapture log;
         constexpr int rounds = 20;
         for (int i = 0; i < rounds; ++i) {
-            QVERIFY(link.connectQor(loopback(), publisher.port()));
+            QVERIFY(link.connectQor(loopback, publisher.port()));
             link.disconnectQor();
             QVERIFY(link.isFinished());
             QCOMPARE(link.state(), QorInterface::Disconnected);
@@ -212,10 +213,10 @@ private slots:
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
         QSignalSpy received(link.get(), &QorInterface::receiveQorMessage);
-        QVERIFY(link->connectQor(loopback(), publisher.port()));
+        QVERIFY(link->connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         if (connected) {
-            publisher.send(statusReport);
+            publisher.send(statusReport());
             QTRY_COMPARE(received.count(), 1);
         }
         const LogCapture log;

@@ -2,7 +2,8 @@
 // A link by itself: how it begins, what it resolves and announces, and the texts that it hands on.
 #include "link/qorinterface.h"
 
-#include "link/linkedunit.h"
+#include "support/linkjournal.h"
+#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
@@ -53,7 +54,7 @@ private slots:
     void settersAnnounceChanges()
     {
         QorInterface link;
-        const SignalJournal journal(link);
+        const LinkJournal journal(link);
         const LogCapture log;
         link.setIpAddress("192.0.2.20"_s);
         link.setIpAddress("192.0.2.20"_s);
@@ -72,7 +73,7 @@ private slots:
         QorInterface link;
         link.setHost("unit"_s);
         link.setIpAddress("192.0.2.20"_s);
-        const SignalJournal journal(link);
+        const LinkJournal journal(link);
         const LogCapture log;
         QVERIFY(!link.connectQor(QString(), 7000));
         QVERIFY(link.ipAddress().isEmpty());
@@ -99,15 +100,15 @@ private slots:
         const Publisher publisher;
         QorInterface link;
         link.setIpAddress("192.0.2.20"_s);
-        const SignalJournal journal(link);
+        const LinkJournal journal(link);
         QVERIFY(link.connectQor("localhost"_s, publisher.port()));
         QCOMPARE(link.host(), "localhost"_s);
-        QCOMPARE(link.ipAddress(), loopback());
+        QCOMPARE(link.ipAddress(), loopback);
         QCOMPARE(link.port(), publisher.port());
         const QStringList expected {
             "host localhost"_s,
             "address "_s,
-            "address "_s + loopback(),
+            "address "_s + loopback,
             "port "_s + QString::number(publisher.port()),
             "state Warte auf Verbindung ..."_s,
         };
@@ -121,7 +122,7 @@ private slots:
         QorInterface link;
         QVERIFY(!link.connectQor(QString(), publisher.port()));
         const QSignalSpy ports(&link, &QorInterface::portChanged);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QCOMPARE(ports.count(), 0);
     }
 
@@ -153,7 +154,7 @@ private slots:
         Publisher publisher;
         QorInterface link;
         QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QTRY_COMPARE(link.state(), QorInterface::Pending);
         const LogCapture log;
@@ -175,7 +176,7 @@ private slots:
         Publisher publisher;
         QorInterface link;
         QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         publisher.sendFrames({ "one", "", QByteArray(5000, 'x'), "two" });
         QTRY_COMPARE(received.count(), 3);
@@ -197,7 +198,7 @@ private slots:
                 texts.append(json);
             },
             Qt::DirectConnection);
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QByteArrayList sent;
         for (int i = 0; i < 100; ++i) {
@@ -214,7 +215,7 @@ private slots:
         QorInterface link;
         int texts = 0;
         connect(&link, &QorInterface::receiveQorMessage, this, [&] { ++texts; });
-        QVERIFY(link.connectQor(loopback(), publisher.port()));
+        QVERIFY(link.connectQor(loopback, publisher.port()));
         QVERIFY(publisher.waitForSubscriber());
         QElapsedTimer elapsed;
         elapsed.start();

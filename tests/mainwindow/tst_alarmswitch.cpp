@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // "Warnton bei neuen Meldungen": the switch of the alarm sound and its memory.
-#include "alarmwindow.h"
 
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/teststore.h"
 
 #include <QSettings>
@@ -41,7 +42,7 @@ private slots:
         QCOMPARE(action(window, "actionUseAudio")->isChecked(), on);
         // Looking at the switch stores nothing.
         QCOMPARE(QSettings().contains(key), stored.isValid());
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         QCOMPARE(rings(window), on);
     }
@@ -74,7 +75,7 @@ private slots:
     void switchingOffSilences()
     {
         const MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         QVERIFY(rings(window));
         action(window, "actionUseAudio")->trigger();
@@ -84,7 +85,7 @@ private slots:
     void switchedOffAlertIsSilent()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         window.toggleUseAudio();
         QVERIFY(!window.isVisible());
         raiseAlert(window);
@@ -95,7 +96,7 @@ private slots:
     void switchingOnWaitsForTheNextAlert()
     {
         const MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         action(window, "actionUseAudio")->trigger();
         raiseAlert(window);
         action(window, "actionUseAudio")->trigger();
@@ -108,7 +109,7 @@ private slots:
     void disabledSwitchDoesNothing()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         action(window, "actionUseAudio")->setEnabled(false);
         window.toggleUseAudio();

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // What makes the alarm ring and what silences it.
-#include "alarmwindow.h"
-#include "unitwindow.h"
 
 #include "devices/device.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
 
@@ -70,7 +70,7 @@ private slots:
         QFETCH(const bool, alert);
         MainWinQorMonitor window;
         for (int i = 0; i < flags.size(); ++i)
-            addIdleUnit(window, i)->setAlert(flags.at(i));
+            addUnit(*window.deviceList(), i)->setAlert(flags.at(i));
         acknowledge(window);
         window.hide();
         QVERIFY(!rings(window));
@@ -82,7 +82,7 @@ private slots:
     void secondAlertDoesNotRestart()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         QVERIFY(rings(window));
         auto* effect = window.alarmSound().findChild<QSoundEffect*>();
@@ -97,8 +97,8 @@ private slots:
     void lastFlagGoneSilences()
     {
         MainWinQorMonitor window;
-        Device* first = addIdleUnit(window, 1);
-        Device* second = addIdleUnit(window, 2);
+        Device* first = addUnit(*window.deviceList(), 1);
+        Device* second = addUnit(*window.deviceList(), 2);
         raiseAlert(window);
         QVERIFY(rings(window));
         first->setAlert(false);
@@ -112,8 +112,8 @@ private slots:
     void acknowledgedUnitsKeepTheirFlags()
     {
         MainWinQorMonitor window;
-        const Device* first = addIdleUnit(window, 1);
-        const Device* second = addIdleUnit(window, 2);
+        const Device* first = addUnit(*window.deviceList(), 1);
+        const Device* second = addUnit(*window.deviceList(), 2);
         raiseAlert(window);
         QVERIFY(rings(window));
         acknowledge(window);
@@ -127,7 +127,7 @@ private slots:
     void disabledAcknowledgeKeepsRinging()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         action(window, "actionAcknowledgeWarnings")->setEnabled(false);
         window.acknowledgeWarnings();
@@ -140,7 +140,7 @@ private slots:
     void doubleClickOnTheWindowAcknowledges()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QVERIFY(rings(window));
@@ -162,7 +162,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        Device* unit = addMonitoredUnit(window, publisher.port());
+        Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
         QTRY_VERIFY(!unit->alert());
         QVERIFY(!rings(window));
         unit->setMonitored(false);
@@ -176,7 +176,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(window, publisher.port());
+        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
         window.processAlertChanged();
         QTRY_VERIFY(!unit->alert());
         QVERIFY(!rings(window));
@@ -186,7 +186,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(window, publisher.port());
+        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s));
         QTRY_VERIFY(!unit->alert());
@@ -204,7 +204,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(window, publisher.port());
+        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s));
         QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);
@@ -223,8 +223,8 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(window, publisher.port());
-        const Device* idle = addIdleUnit(window, 1);
+        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
+        const Device* idle = addUnit(*window.deviceList(), 1);
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s));
         QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // When an alert brings the window to the front, and when it leaves the user alone.
-#include "alarmwindow.h"
 
 #include "dialogs/dlgabout.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/teststore.h"
 
 #include <QApplication>
@@ -50,7 +51,7 @@ private slots:
     void alertComesToTheFront()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         window.showMinimized();
         QWidget other;
         other.show();
@@ -75,7 +76,7 @@ private slots:
     {
         QFETCH(const QByteArray, name);
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         QWidget* dialog = topLevel(name.constData());
         QVERIFY(dialog);
         dialog->show();
@@ -95,7 +96,7 @@ private slots:
     void dialogInTheBackDoesNotHoldTheWindow()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         topLevel("DlgDeviceManager")->show();
         QWidget other;
         other.show();
@@ -109,7 +110,7 @@ private slots:
     void alertInsideTheAboutBoxRings()
     {
         MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         bool heard = false;
         QTimer::singleShot(0, &window, [&] {
             raiseAlert(window);

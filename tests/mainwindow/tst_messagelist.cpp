@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Which rows the message list shows, in which order and colour.
-#include "unitwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "link/qorinterface.h"
 #include "mainwindow/messagecolour.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
 
@@ -117,7 +118,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QTRY_COMPARE(columnTexts(window, 2), QStringList(waiting));
         QCOMPARE(rowColours(window), QVector<QColor>({ Qt::yellow }));
     }
@@ -126,9 +127,9 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
-        publisher.send(newerVersionReport("QOR-1"_s));
+        publisher.send(newerVersionInfo("QOR-1"_s));
         publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
         QTRY_COMPARE(columnTexts(window, 2), QStringList({ connected, newVersion, "Lüfter steht"_s }));
         QCOMPARE(rowColours(window), QVector<QColor>({ Qt::green, Qt::yellow, Qt::red }));
@@ -146,11 +147,11 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
-        QCOMPARE(columnTexts(window, 0).at(1), "2025-03-01 07:08:09"_s);
+        QCOMPARE(columnTexts(window, 0).at(1), "2025-03-02 08:15:00"_s);
         const QRegularExpression now("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d$"_s);
         QVERIFY(now.match(columnTexts(window, 0).at(0)).hasMatch());
         QCOMPARE(columnTexts(window, 1), QStringList({ "QOR-1"_s, "QOR-1"_s }));
@@ -160,7 +161,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         const QJsonObject onlyDate { { "date"_s, "2025-03-01"_s } };
         const QJsonObject onlyTime { { "time"_s, "07:08:09"_s } };
@@ -179,8 +180,8 @@ private slots:
         Publisher first;
         Publisher second;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, first.port());
-        addMonitoredUnit(window, second.port());
+        addMonitoredUnit(*window.deviceList(), first.port());
+        addMonitoredUnit(*window.deviceList(), second.port());
         QVERIFY(first.waitForSubscriber());
         QVERIFY(second.waitForSubscriber());
         // Neither the time of arrival nor the alphabet decides.
@@ -196,7 +197,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
@@ -224,7 +225,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
@@ -247,7 +248,7 @@ private slots:
         QFETCH(const QString, lastText);
         Publisher publisher;
         MainWinQorMonitor window;
-        Device* device = addMonitoredUnit(window, publisher.port());
+        Device* device = addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         if (speaks)
             publisher.send(statusReport("QOR-1"_s));

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 // What ties the rows of the message list to their units, for as long as both live.
-#include "browser.h"
-#include "unitwindow.h"
+#include "support/browser.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
@@ -35,8 +36,8 @@ private slots:
         Publisher first;
         Publisher second;
         MainWinQorMonitor window;
-        Device* firstUnit = addMonitoredUnit(window, first.port());
-        Device* secondUnit = addMonitoredUnit(window, second.port());
+        Device* firstUnit = addMonitoredUnit(*window.deviceList(), first.port());
+        Device* secondUnit = addMonitoredUnit(*window.deviceList(), second.port());
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
         const QVariant bound = messageList(window)->topLevelItem(0)->data(0, 256);
         QCOMPARE(bound.userType(), qMetaTypeId<Device*>());
@@ -50,8 +51,8 @@ private slots:
         Publisher first;
         Publisher second;
         MainWinQorMonitor window;
-        Device* unit = addMonitoredUnit(window, first.port());
-        addMonitoredUnit(window, second.port());
+        Device* unit = addMonitoredUnit(*window.deviceList(), first.port());
+        addMonitoredUnit(*window.deviceList(), second.port());
         QVERIFY(first.waitForSubscriber());
         QVERIFY(second.waitForSubscriber());
         first.send(statusReport("B"_s, { warning("Lüfter steht"_s) }));
@@ -129,7 +130,7 @@ private slots:
     {
         Publisher publisher;
         MainWinQorMonitor window;
-        addMonitoredUnit(window, publisher.port());
+        addMonitoredUnit(*window.deviceList(), publisher.port());
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 1);
@@ -204,8 +205,8 @@ private slots:
         Publisher first;
         Publisher second;
         MainWinQorMonitor window;
-        Device* gone = addMonitoredUnit(window, first.port());
-        const Device* other = addMonitoredUnit(window, second.port());
+        Device* gone = addMonitoredUnit(*window.deviceList(), first.port());
+        const Device* other = addMonitoredUnit(*window.deviceList(), second.port());
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
         window.deviceList()->removeDevice(gone);
         QTRY_COMPARE(messageList(window)->topLevelItemCount(), 1);
@@ -219,8 +220,8 @@ private slots:
             Publisher first;
             Publisher second;
             auto window = std::make_unique<MainWinQorMonitor>();
-            const QPointer<Device> firstUnit(addMonitoredUnit(*window, first.port()));
-            const QPointer<Device> secondUnit(addMonitoredUnit(*window, second.port()));
+            const QPointer<Device> firstUnit(addMonitoredUnit(*window->deviceList(), first.port()));
+            const QPointer<Device> secondUnit(addMonitoredUnit(*window->deviceList(), second.port()));
             QVERIFY(first.waitForSubscriber());
             QVERIFY(second.waitForSubscriber());
             window->show();

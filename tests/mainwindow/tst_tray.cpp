@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The tray icon with its menu, and the ways between the tray and the screen.
-#include "alarmwindow.h"
-#include "unitwindow.h"
 
 #include "devices/device.h"
-#include "support/contextmarker.h"
+#include "support/markingtranslator.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/publisher.h"
 #include "support/teststore.h"
 
@@ -61,7 +61,7 @@ private slots:
         QVERIFY(icon->isVisible());
         QVERIFY(!icon->icon().isNull());
         QCOMPARE(icon->icon().cacheKey(), window.windowIcon().cacheKey());
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         QVERIFY(rings(window));
         QCOMPARE(icon->icon().cacheKey(), window.windowIcon().cacheKey());
@@ -156,7 +156,7 @@ private slots:
         Publisher publisher;
         MainWinQorMonitor window;
         QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
-        const Device* unit = addMonitoredUnit(window, publisher.port());
+        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         QTRY_VERIFY(!unit->alert());
         QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
@@ -255,7 +255,7 @@ private slots:
     {
         MainWinQorMonitor window;
         const auto* group = window.centralWidget()->findChild<QGroupBox*>("groupBox"_s);
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         // Nothing has called for it yet.
         QCOMPARE(group->styleSheet(), QString());

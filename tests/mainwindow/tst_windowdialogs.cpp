@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The dialogs that the main window owns or makes: how they are called up, and in which order they end.
-#include "alarmwindow.h"
 
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/teststore.h"
 
 #include <QApplication>

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // When the window's place is stored, and what of it a new window takes.
-#include "unitwindow.h"
 
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/teststore.h"
 
 #include <QAction>

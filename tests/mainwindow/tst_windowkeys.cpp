@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The ways through the main window without a mouse.
-#include "browser.h"
-#include "unitwindow.h"
+#include "support/browser.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "widgets/devicerow.h"
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/teststore.h"
 
 #include <QApplication>

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The two timers that the main window starts.
-#include "alarmwindow.h"
 
 #include "support/literals.h"
+#include "support/monitorwindow.h"
+#include "support/units.h"
 #include "support/logcapture.h"
 #include "support/teststore.h"
 
@@ -65,7 +66,7 @@ private slots:
         QSettings().setValue("AutoCheckUpdates"_s, false);
         const TimerWatch watch;
         const MainWinQorMonitor window;
-        addIdleUnit(window, 1);
+        addUnit(*window.deviceList(), 1);
         raiseAlert(window);
         acknowledge(window);
         QTRY_VERIFY(watch.m_fired.size() >= 2);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "monitorprocess.h"
+#include "support/monitorprocess.h"
 
 #include <QElapsedTimer>
 #include <QSettings>

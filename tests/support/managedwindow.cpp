@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "managedwindow.h"
+#include "support/managedwindow.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "link/zmqfaults.h"
+#include "support/zmqfaults.h"
 
 #include <QThread>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "devices/signalrecorder.h"
+#include "support/signalrecorder.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
