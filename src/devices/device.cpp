@@ -41,8 +41,9 @@ Device::~Device()
         }
     }
     // The link must be joined while everything that it reports to is still there. One that is in use again,
-    // because a listener has just connected it, must not report its end to a unit that has no link any more.
-    disconnect(m_link.data(), nullptr, this, nullptr);
+    // because a listener has just connected it, ends without a word: those who hear it may ask a unit that
+    // has no link any more.
+    m_link->blockSignals(true);
     m_link.reset();
 }
 

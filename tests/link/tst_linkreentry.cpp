@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// Listeners that connect or disconnect a link while it still tells of the steps of an earlier call.
+#include "link/qorinterface.h"
+
+#include "support/linkjournal.h"
+#include "support/literals.h"
+#include "support/logcapture.h"
+#include "support/publisher.h"
+#include "support/units.h"
+#include "support/zmqfaults.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+using zmqfaults::Call;
+
+namespace {
+
+struct Stage {
+    Publisher first;
+    // To where the earlier call is on its way.
+    Publisher second;
+    Publisher third;
+    LinkedUnit unit { first.port() };
+};
+
+using Action = std::function<void(Stage&)>;
+using Trigger = std::function<void(Stage&, const Action&)>;
+
+// Has the action follow the next emission of a signal of the link.
+template <typename Signal> Trigger upon(Signal signal)
+{
+    return [signal](Stage& stage, const Action& action) {
+        QObject::connect(&stage.unit.link, signal, stage.unit.device,
+                         [&stage, action, done = false]() mutable {
+                             if (!std::exchange(done, true))
+                                 action(stage);
+                         });
+    };
+}
+
+struct Outcome {
+    // Null when the link is idle.
+    Publisher Stage::*publisher;
+    QString host;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Action)
+Q_DECLARE_METATYPE(Trigger)
+Q_DECLARE_METATYPE(Outcome)
+
+class TestLinkReentry : public QObject {
+    Q_OBJECT
+
+private slots:
+    void laterCallWinsWhileConnecting_data()
+    {
+        addRows({ { "host", upon(&QorInterface::hostChanged) },
+                  { "address", upon(&QorInterface::ipAddressChanged) },
+                  { "port", upon(&QorInterface::portChanged) } });
+    }
+
+    void laterCallWinsWhileConnecting()
+    {
+        Stage stage;
+        stage.unit.device->setZmqPort(stage.second.port());
+        verifyLaterCallWins(stage, [](Stage& s) { s.unit.device->setMonitored(true); });
+    }
+
+    void laterCallWinsWhileMoving_data()
+    {
+        addRows({ { "state", upon(&QorInterface::connectStateChanged) },
+                  { "host", upon(&QorInterface::hostChanged) },
+                  { "address", upon(&QorInterface::ipAddressChanged) } });
+    }
+
+    void laterCallWinsWhileMoving()
+    {
+        Stage stage;
+        stage.unit.device->setMonitored(true);
+        QVERIFY(stage.first.waitForSubscriber());
+        QTRY_COMPARE(stage.unit.link.state(), QorInterface::Pending);
+        QCoreApplication::processEvents();
+        verifyLaterCallWins(stage, [](Stage& s) { s.unit.device->setZmqPort(s.second.port()); });
+        QVERIFY(stage.first.waitForUnsubscriber());
+    }
+
+    void linkEndsThoughAListenerConnectsItAgain()
+    {
+        Publisher publisher;
+        auto link = std::make_unique<QorInterface>();
+        QVERIFY(link->connectQor(loopback, publisher.port()));
+        QVERIFY(publisher.waitForSubscriber());
+        QTRY_COMPARE(link->state(), QorInterface::Pending);
+        QCoreApplication::processEvents();
+        connect(link.get(), &QorInterface::connectStateChanged, this,
+                [&, ending = link.get()] { ending->connectQor(loopback, publisher.port()); });
+        const LogCapture log;
+        link.reset();
+        QVERIFY(publisher.waitForUnsubscriber());
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 2);
+    }
+
+    void unitEndsThoughAListenerOfItsLinkSwitchesItOver()
+    {
+        Publisher publisher;
+        auto unit = std::make_unique<LinkedUnit>(publisher.port());
+        unit->device->setMonitored(true);
+        QVERIFY(publisher.waitForSubscriber());
+        QTRY_COMPARE(unit->link.state(), QorInterface::Pending);
+        QCoreApplication::processEvents();
+        connect(&unit->link, &QorInterface::connectStateChanged, this,
+                [device = unit->device] { device->setMonitored(!device->monitored()); });
+        unit.reset();
+        QVERIFY(publisher.waitForUnsubscriber());
+    }
+
+private:
+    static void addRows(const std::vector<std::pair<const char*, Trigger>>& triggers)
+    {
+        QTest::addColumn<Trigger>("trigger");
+        QTest::addColumn<Action>("laterCall");
+        QTest::addColumn<Outcome>("outcome");
+        for (const auto& [signal, trigger] : triggers) {
+            const auto row = [&, begin = signal, then = trigger](const char* what, const Action& laterCall,
+                                                                 const Outcome& outcome) {
+                QTest::addRow("%s: %s", begin, what) << then << laterCall << outcome;
+            };
+            row("another port", [](Stage& s) { s.unit.device->setZmqPort(s.third.port()); },
+                { &Stage::third, loopback });
+            row("another host", [](Stage& s) { s.unit.device->setHost("localhost"_s); },
+                { &Stage::second, "localhost"_s });
+            row("no monitoring", [](Stage& s) { s.unit.device->setMonitored(false); }, { nullptr, {} });
+            row("a connect of its own",
+                [](Stage& s) { s.unit.link.connectQor("localhost"_s, s.third.port()); },
+                { &Stage::third, "localhost"_s });
+        }
+    }
+
+    static void verifyLaterCallWins(Stage& stage, const Action& earlierCall)
+    {
+        QFETCH(const Trigger, trigger);
+        QFETCH(const Action, laterCall);
+        QFETCH(const Outcome, outcome);
+        const QorInterface& link = stage.unit.link;
+        trigger(stage, laterCall);
+        zmqfaults::reset();
+        earlierCall(stage);
+        if (!outcome.publisher) {
+            QVERIFY(!link.isRunning());
+            QCOMPARE(link.state(), QorInterface::Disconnected);
+            QCOMPARE(zmqfaults::count(Call::Connect), 0);
+            return;
+        }
+        Publisher& publisher = stage.*outcome.publisher;
+        QCOMPARE(zmqfaults::count(Call::Connect), 1);
+        QVERIFY(publisher.waitForSubscriber());
+        QCOMPARE(link.port(), publisher.port());
+        QCOMPARE(link.host(), outcome.host);
+        QCOMPARE(link.ipAddress(), loopback);
+        // One loop takes each text, and it ends when it is told to.
+        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        publisher.send(statusReport());
+        publisher.send(statusReport());
+        QTRY_COMPARE(received.count(), 2);
+        stage.unit.device->setMonitored(false);
+        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(link.isFinished());
+        QCOMPARE(received.count(), 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLinkReentry)
+#include "tst_linkreentry.moc"
