@@ -74,6 +74,7 @@ bool QorInterface::connectQor(const QString& host, int port)
     if (!isLastCall || m_ipAddress.isEmpty())
         return false;
 
+    // An IPv6 address goes in as it stands, without brackets.
     const QString endpoint
         = m_protocol + QStringLiteral("://") + m_ipAddress + QLatin1Char(':') + QString::number(port);
     if (!m_socket)
@@ -238,7 +239,7 @@ void QorInterface::receiveUntilStopped()
         // A GUI thread that is slower than the unit is not buried in texts: the others wait in the socket,
         // whose queue is limited.
         if (m_textsUnderWay < maxTextsUnderWay && m_socket.recv(message, zmq::recv_flags::dontwait)) {
-            // A text that does not fit is dropped without a word, on purpose.
+            // A text that does not fit is dropped without a word.
             if (const size_t size = message.size(); size < receiveBuffer.size()) {
                 std::memcpy(receiveBuffer.data(), message.data(), size);
                 receiveBuffer.at(size) = '\0';
