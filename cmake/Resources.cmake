@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# Merges the toolkit's German catalogues and compiles the resources into the library.
+# Merges Qt's German catalogues and compiles the resources into the library.
 
-# The toolkit's own qt_de.qm only names other files and does not load from a resource, so the
+# Qt's own qt_de.qm only names other files and does not load from a resource, so the
 # catalogues of the modules that the program uses are merged into one.
 get_target_property(QORMONITOR_QMAKE Qt5::qmake IMPORTED_LOCATION)
 execute_process(COMMAND ${QORMONITOR_QMAKE} -query QT_INSTALL_TRANSLATIONS
