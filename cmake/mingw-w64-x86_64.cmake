@@ -8,6 +8,11 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
+# Without the time of the build, the same sources give the same files.
+foreach(kind IN ITEMS EXE SHARED MODULE)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT -Wl,--no-insert-timestamp)
+endforeach()
+
 if(NOT QORMONITOR_WINDOWS_PREFIX)
   set(QORMONITOR_WINDOWS_PREFIX $ENV{QORMONITOR_WINDOWS_PREFIX})
 endif()
