@@ -1,14 +1,15 @@
 # SPDX-License-Identifier: MIT
-# Merges the toolkit's German catalogues and compiles the resources into the library.
+# Merges Qt's German catalogues and compiles the resources into the library.
 
-# The toolkit's own qt_de.qm only names other files and does not load from a resource, so the
+# Qt's own qt_de.qm only names other files and does not load from a resource, so the
 # catalogues of the modules that the program uses are merged into one.
 get_target_property(QORMONITOR_QMAKE Qt5::qmake IMPORTED_LOCATION)
 execute_process(COMMAND ${QORMONITOR_QMAKE} -query QT_INSTALL_TRANSLATIONS
   OUTPUT_VARIABLE QORMONITOR_QT_TRANSLATIONS OUTPUT_STRIP_TRAILING_WHITESPACE
   COMMAND_ERROR_IS_FATAL ANY)
 find_program(QORMONITOR_LCONVERT NAMES lconvert REQUIRED HINTS /usr/lib/qt5/bin)
-find_path(QORMONITOR_QT_CATALOGUES qtbase_de.qm REQUIRED
+# They are the same for every system, so a build for another one takes those of this machine.
+find_path(QORMONITOR_QT_CATALOGUES qtbase_de.qm REQUIRED NO_CMAKE_FIND_ROOT_PATH
   PATHS ${QORMONITOR_QT_TRANSLATIONS} /usr/share/qt5/translations)
 
 set(translation ${CMAKE_CURRENT_BINARY_DIR}/qt_de.qm)
