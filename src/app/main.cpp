@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "app/monitorapplication.h"
 #include "app/singleinstanceapp.h"
 #include "base/contact.h"
 #include "base/version.h"
 #include "mainwindow/mainwinqormonitor.h"
 
-#include <QApplication>
 #include <QDebug>
 #include <QIcon>
 #include <QTranslator>
@@ -33,7 +33,7 @@ void writeBanner()
 // The locals are destroyed in the order window, translator, guard, application.
 int runMonitor(int& argc, char** argv)
 {
-    const QApplication application(argc, argv);
+    MonitorApplication application(argc, argv);
 
     SingleInstanceApp guard(QStringLiteral("qor-monitor"));
     if (!guard.init())
@@ -58,7 +58,7 @@ int runMonitor(int& argc, char** argv)
     MainWinQorMonitor mainWindow;
     guard.setMainWindow(&mainWindow);
     mainWindow.show();
-    return QApplication::exec();
+    return application.run();
 }
 
 } // namespace

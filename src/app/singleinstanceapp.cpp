@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "app/singleinstanceapp.h"
 
+#include "app/foreground.h"
+
+#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
+#include <QProcess>
 #include <QWidget>
 
 #include <memory>
@@ -32,14 +36,13 @@ bool SingleInstanceApp::init()
     QLockFile lock(QDir::temp().filePath(m_name + QStringLiteral(".lock")));
     const bool holdsLock = lock.tryLock(lockTimeoutMs);
 
-    if (listen())
-        return true;
+    // Asked before the name is claimed: on Windows any number of processes may listen on one name.
     const Answer answer = askRunningInstance();
     if (answer == Answer::Given) {
         qCritical() << "SingleInstanceApp::init() stop client app";
         return false;
     }
-    if (answer == Answer::NobodyThere && holdsLock && takeOverStaleName())
+    if (answer == Answer::NobodyThere && (listen() || (holdsLock && takeOverStaleName())))
         return true;
     qCritical() << "SingleInstanceApp::init() failed to start server mode; cannot stop client mode";
     return true;
@@ -56,6 +59,7 @@ bool SingleInstanceApp::listen()
         return false;
     qDebug() << "SingleInstanceApp::init() start server mode";
     connect(m_server, &QLocalServer::newConnection, this, &SingleInstanceApp::processNewConnection);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &SingleInstanceApp::release);
     return true;
 }
 
@@ -67,6 +71,7 @@ bool SingleInstanceApp::takeOverStaleName()
 
 SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
 {
+    handOverForeground();
     QLocalSocket socket;
     socket.connectToServer(m_name, QIODevice::ReadWrite);
     if (socket.waitForConnected(answerTimeoutMs))
@@ -74,6 +79,18 @@ SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
     const bool nobody = socket.error() == QLocalSocket::ConnectionRefusedError
         || socket.error() == QLocalSocket::ServerNotFoundError;
     return nobody ? Answer::NobodyThere : Answer::NotInTime;
+}
+
+// A monitor that is ending shows no window any more, so it must not answer for one.
+void SingleInstanceApp::release()
+{
+    disconnect(m_server, nullptr, this, nullptr);
+    // A start that has come since the event loop stopped takes its connection for an answer and gives up, so
+    // another one takes its place.
+    const bool answered = m_server->waitForNewConnection(0);
+    m_server->close();
+    if (answered)
+        QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
 }
 
 void SingleInstanceApp::processNewConnection()

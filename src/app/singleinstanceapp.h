@@ -35,6 +35,7 @@ private:
     bool listen();
     bool takeOverStaleName();
     Answer askRunningInstance() const;
+    void release();
     void processNewConnection();
 
     QString m_name;

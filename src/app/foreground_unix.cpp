@@ -1,0 +1,4 @@
+// SPDX-License-Identifier: MIT
+#include "app/foreground.h"
+
+void handOverForeground() { }

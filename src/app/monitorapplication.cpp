@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "app/monitorapplication.h"
+
+#include <QThread>
+#include <QtPlatformHeaders/QWindowsWindowFunctions>
+
+namespace {
+// Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else grows.
+int& scaled(int& argc)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    return argc;
+}
+} // namespace
+
+MonitorApplication::MonitorApplication(int& argc, char** argv)
+    : QApplication(scaled(argc), argv)
+{
+    // An alert and a second start bring the window up. By default Windows would only let its entry in the task
+    // bar flash; elsewhere this does nothing.
+    QWindowsWindowFunctions::setWindowActivationBehavior(QWindowsWindowFunctions::AlwaysActivateWindow);
+}
+
+int MonitorApplication::run()
+{
+    // What was thrown before there was a loop to end.
+    if (m_failure)
+        std::rethrow_exception(m_failure);
+    const int code = exec();
+    if (m_failure)
+        std::rethrow_exception(m_failure);
+    return code;
+}
+
+bool MonitorApplication::notify(QObject* receiver, QEvent* event)
+{
+    try {
+        return QApplication::notify(receiver, event);
+    } catch (...) {
+        // Qt delivers the events of its own threads here, too; those are not this object's to end.
+        if (QThread::currentThread() != thread())
+            throw;
+        if (!m_failure)
+            m_failure = std::current_exception();
+        exit(EXIT_FAILURE);
+        return false;
+    }
+}
