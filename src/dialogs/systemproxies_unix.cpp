@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/systemproxies.h"
+
+void SystemProxies::lookUp(const QUrl& url)
+{
+    Q_UNUSED(url)
+}
