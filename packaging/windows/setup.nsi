@@ -1,7 +1,7 @@
 ; SPDX-License-Identifier: MIT
 ;
 ; The setup for Windows: for the user who runs it, without administrator rights. make-installer calls it with
-; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, ICON and OUTPUT.
+; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, RESOURCES and OUTPUT.
 ;
 ; Options: /S                silent
 ;          /NOAUTOSTART      do not start the monitor when the user logs in
@@ -60,8 +60,9 @@ VIAddVersionKey /LANG=0 "LegalCopyright" "© 2025-2026 The QorMonitor developers
 VIAddVersionKey /LANG=0 "ProductName" "QorMonitor"
 VIAddVersionKey /LANG=0 "ProductVersion" "${VERSION}"
 
-!define MUI_ICON "${ICON}"
-!define MUI_UNICON "${ICON}"
+!define MUI_ICON "${RESOURCES}/qormonitor.ico"
+!define MUI_UNICON "${RESOURCES}/qormonitor.ico"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${RESOURCES}/setup.bmp"
 !define MUI_WELCOMEPAGE_TEXT "QorMonitor wird für Sie allein installiert; Administratorrechte sind nicht nötig.$\r$\n$\r$\nIst QorMonitor schon installiert, wird er durch die Version ${VERSION} ersetzt. Ihre Einstellungen und die Geräteliste bleiben erhalten.$\r$\n$\r$\n$_CLICK"
 !insertmacro MUI_PAGE_WELCOME
 !insertmacro MUI_PAGE_COMPONENTS
