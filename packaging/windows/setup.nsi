@@ -1,7 +1,8 @@
 ; SPDX-License-Identifier: MIT
 ;
 ; The setup for Windows: for the user who runs it, without administrator rights. make-installer calls it with
-; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, RESOURCES and OUTPUT.
+; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, RESOURCES and OUTPUT. With QUICK it becomes
+; larger, but is made in a moment.
 ;
 ; Options: /S                silent
 ;          /NOAUTOSTART      do not start the monitor when the user logs in
@@ -32,8 +33,12 @@
 !define RUN_APPROVED "Software\Microsoft\Windows\CurrentVersion\Explorer\StartupApproved\Run"
 
 Target amd64-unicode
-SetCompressor /SOLID lzma
-SetCompressorDictSize 32
+!ifdef QUICK
+  SetCompressor zlib
+!else
+  SetCompressor /SOLID lzma
+  SetCompressorDictSize 32
+!endif
 RequestExecutionLevel user
 ManifestDPIAware true
 AllowSkipFiles off
