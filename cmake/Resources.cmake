@@ -26,7 +26,7 @@ file(GLOB_RECURSE resource_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/resourc
   ${PROJECT_SOURCE_DIR}/resources/*.wav)
 # The files' dates, which nobody asks for, would differ between two checkouts of the same sources.
 add_custom_command(OUTPUT ${resource_code}
-  COMMAND ${CMAKE_COMMAND} -E env QT_RCC_SOURCE_DATE_OVERRIDE=1
+  COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=1
           $<TARGET_FILE:Qt5::rcc> --format-version 3 --name qormonitor -o ${resource_code}
           ${CMAKE_CURRENT_BINARY_DIR}/qormonitor.qrc
   DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/qormonitor.qrc ${translation} ${resource_files} VERBATIM)
