@@ -24,8 +24,10 @@ configure_file(app/qormonitor.qrc.in qormonitor.qrc @ONLY)
 set(resource_code ${CMAKE_CURRENT_BINARY_DIR}/qrc_qormonitor.cpp)
 file(GLOB_RECURSE resource_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/resources/*.png
   ${PROJECT_SOURCE_DIR}/resources/*.wav)
+# The files' dates, which nobody asks for, would differ between two checkouts of the same sources.
 add_custom_command(OUTPUT ${resource_code}
-  COMMAND Qt5::rcc --format-version 3 --name qormonitor -o ${resource_code}
+  COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=1
+          $<TARGET_FILE:Qt5::rcc> --format-version 3 --name qormonitor -o ${resource_code}
           ${CMAKE_CURRENT_BINARY_DIR}/qormonitor.qrc
   DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/qormonitor.qrc ${translation} ${resource_files} VERBATIM)
 target_sources(qormonitor PRIVATE ${resource_code})

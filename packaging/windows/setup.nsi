@@ -1,7 +1,8 @@
 ; SPDX-License-Identifier: MIT
 ;
 ; The setup for Windows: for the user who runs it, without administrator rights. make-installer calls it with
-; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, ICON and OUTPUT.
+; VERSION, FILES (a folder that make-installer fills), SIZE_KB, HELPER, RESOURCES and OUTPUT. With QUICK it becomes
+; larger, but is made in a moment.
 ;
 ; Options: /S                silent
 ;          /NOAUTOSTART      do not start the monitor when the user logs in
@@ -32,8 +33,12 @@
 !define RUN_APPROVED "Software\Microsoft\Windows\CurrentVersion\Explorer\StartupApproved\Run"
 
 Target amd64-unicode
-SetCompressor /SOLID lzma
-SetCompressorDictSize 32
+!ifdef QUICK
+  SetCompressor zlib
+!else
+  SetCompressor /SOLID lzma
+  SetCompressorDictSize 32
+!endif
 RequestExecutionLevel user
 ManifestDPIAware true
 AllowSkipFiles off
@@ -60,8 +65,9 @@ VIAddVersionKey /LANG=0 "LegalCopyright" "© 2025-2026 The QorMonitor developers
 VIAddVersionKey /LANG=0 "ProductName" "QorMonitor"
 VIAddVersionKey /LANG=0 "ProductVersion" "${VERSION}"
 
-!define MUI_ICON "${ICON}"
-!define MUI_UNICON "${ICON}"
+!define MUI_ICON "${RESOURCES}/qormonitor.ico"
+!define MUI_UNICON "${RESOURCES}/qormonitor.ico"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${RESOURCES}/setup.bmp"
 !define MUI_WELCOMEPAGE_TEXT "QorMonitor wird für Sie allein installiert; Administratorrechte sind nicht nötig.$\r$\n$\r$\nIst QorMonitor schon installiert, wird er durch die Version ${VERSION} ersetzt. Ihre Einstellungen und die Geräteliste bleiben erhalten.$\r$\n$\r$\n$_CLICK"
 !insertmacro MUI_PAGE_WELCOME
 !insertmacro MUI_PAGE_COMPONENTS
