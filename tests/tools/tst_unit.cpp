@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "inputerror.h"
+#include "unit.h"
+
+#include <QDate>
+#include <QJsonDocument>
+#include <QTime>
+#include <QtTest>
+
+class TestUnit : public QObject {
+    Q_OBJECT
+
+private slots:
+    void saysVersionAndStatus()
+    {
+        Unit unit(QStringLiteral("Hälle 1"));
+        unit.setVersion(QStringLiteral("local 1.2 01. Dec 2024 remote 1.3  01. Jan 2025"));
+        QCOMPARE(
+            unit.texts(),
+            (QByteArrayList { R"({"cmd":"VersionInfo","host":"Hälle 1","localQorVersionDate":"01. Dec 2024",)"
+                              R"("localQorVersionNo":"1.2","remoteQorVersionDate":"01. Jan 2025",)"
+                              R"("remoteQorVersionNo":"1.3"})",
+                              R"({"cmd":"StatusReport","host":"Hälle 1","value":{"warnings":[]}})" }));
+    }
+
+    void warningHasDateTimeAndText()
+    {
+        m_unit.raiseWarning(QStringLiteral("Lüfter  3"));
+        const QJsonArray all = warnings();
+        QCOMPARE(all.size(), 1);
+        const QJsonObject warning = all.first().toObject();
+        QCOMPARE(
+            warning.keys(),
+            (QStringList { QStringLiteral("date"), QStringLiteral("displaytext"), QStringLiteral("time") }));
+        QCOMPARE(warning[QStringLiteral("displaytext")].toString(), QStringLiteral("Lüfter  3"));
+        const QDateTime raised(QDate::fromString(warning[QStringLiteral("date")].toString(), Qt::ISODate),
+                               QTime::fromString(warning[QStringLiteral("time")].toString(), Qt::ISODate));
+        QVERIFY(qAbs(raised.secsTo(QDateTime::currentDateTime())) < 60);
+    }
+
+    void warningsAreClearedByTextOrAll()
+    {
+        for (const char text : { 'a', 'b', 'a', 'c' })
+            m_unit.raiseWarning(QString(QLatin1Char(text)));
+        QVERIFY_EXCEPTION_THROWN(m_unit.clearWarnings(QStringLiteral("A")), InputError);
+        QCOMPARE(warnings().size(), 4);
+        m_unit.clearWarnings(QStringLiteral("a"));
+        QCOMPARE(warnings().size(), 2);
+        QCOMPARE(warnings().first()[QStringLiteral("displaytext")].toString(), QStringLiteral("b"));
+        m_unit.clearAllWarnings();
+        QVERIFY(warnings().isEmpty());
+    }
+
+    void wrongVersionChangesNothing()
+    {
+        const QByteArrayList before = m_unit.texts();
+        for (const char* text :
+             { "local 1 05. Mar 2024", "local 1 05. Mar 2024 remote 2",
+               "local 1 05. Mär 2024 remote 2 05. Mar 2024", "local 1 05. Mar 2024 remote 2 31. Feb 2024" }) {
+            QVERIFY_EXCEPTION_THROWN(m_unit.setVersion(QString::fromUtf8(text)), InputError);
+            QCOMPARE(m_unit.texts(), before);
+        }
+    }
+
+    void silenceAndGarbageTakeThePlaceOfReports()
+    {
+        const QByteArray good = m_unit.texts().last();
+        m_unit.silence();
+        QVERIFY(m_unit.texts().isEmpty());
+        m_unit.speakGarbage(QStringLiteral("no-json"));
+        QCOMPARE(m_unit.texts(), QByteArrayList { good.chopped(1) });
+        m_unit.speakGarbage(QStringLiteral("unknown-command"));
+        QCOMPARE(m_unit.texts(), QByteArrayList { R"({"cmd":"Unknown","host":"h1"})" });
+        m_unit.speakGarbage(QStringLiteral("too-long"));
+        // A good report but for its size, so that only this can be the fault.
+        QCOMPARE(m_unit.texts().size(), 1);
+        QCOMPARE(m_unit.texts().first().size(), 5000);
+        QCOMPARE(QJsonDocument::fromJson(m_unit.texts().first()), QJsonDocument::fromJson(good));
+        QVERIFY_EXCEPTION_THROWN(m_unit.speakGarbage(QStringLiteral("odd")), InputError);
+        QCOMPARE(m_unit.texts().first().size(), 5000);
+        m_unit.silence();
+        QVERIFY(m_unit.texts().isEmpty());
+        m_unit.speak();
+        QCOMPARE(m_unit.texts().last(), good);
+    }
+
+    void pageShowsNameSoftwareAndWarningsEscaped()
+    {
+        Unit unit(QStringLiteral("<b>%2 & Co"));
+        unit.raiseWarning(QStringLiteral("<script>ü %1"));
+        const QByteArray page = unit.page();
+        QVERIFY(page.contains("<h1>&lt;b&gt;%2 &amp; Co</h1>"));
+        QVERIFY(page.contains("&lt;script&gt;ü %1</li>"));
+        QVERIFY(page.contains("V1.200 (05. Mar 2024)"));
+        QVERIFY(!page.contains("<script>"));
+    }
+
+    void init() { m_unit = Unit(QStringLiteral("h1")); }
+
+private:
+    QJsonArray warnings() const
+    {
+        const QJsonDocument report = QJsonDocument::fromJson(m_unit.texts().last());
+        return report[QStringLiteral("value")][QStringLiteral("warnings")].toArray();
+    }
+
+    Unit m_unit { QString() };
+};
+
+QTEST_GUILESS_MAIN(TestUnit)
+#include "tst_unit.moc"
