@@ -32,9 +32,29 @@ class UpdateServer:
     @staticmethod
     def _certificate(session):
         key, certificate = session.path("server.key"), session.path("server.crt")
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
-                        "/CN=localhost", "-keyout", key, "-out", certificate], env=session.env, check=True,
-                       timeout=30, stdin=subprocess.DEVNULL, capture_output=True)
+        subprocess.run(
+            [
+                "openssl",
+                "req",
+                "-x509",
+                "-newkey",
+                "rsa:2048",
+                "-nodes",
+                "-days",
+                "1",
+                "-subj",
+                "/CN=localhost",
+                "-keyout",
+                key,
+                "-out",
+                certificate,
+            ],
+            env=session.env,
+            check=True,
+            timeout=30,
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+        )
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate, key)
         return context

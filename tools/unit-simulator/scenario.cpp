@@ -76,10 +76,10 @@ Scenario Scenario::fromJson(const QByteArray& json)
     Scenario scenario;
     for (auto it = root.begin(); it != root.end(); ++it) {
         if (it.key() == QLatin1String("units")) {
-            for (const QJsonValue& unit : it.value().toArray())
+            for (const auto& unit : it.value().toArray())
                 scenario.setUnit(unit.toObject());
         } else if (it.key() == QLatin1String("timeline")) {
-            for (const QJsonValue& step : it.value().toArray())
+            for (const auto& step : it.value().toArray())
                 scenario.steps.append(readStep(step.toObject()));
         } else if (it.key() == QLatin1String("repeat")) {
             scenario.repeatMs = toMilliseconds(it.value());

@@ -8,6 +8,8 @@
 #include <QLocale>
 #include <QRegularExpression>
 
+#include <utility>
+
 namespace {
 const auto noJson = QStringLiteral("no-json");
 const auto unknownCommand = QStringLiteral("unknown-command");
@@ -30,8 +32,8 @@ QString escaped(const QJsonObject& object, const char* key)
 }
 } // namespace
 
-Unit::Unit(const QString& name)
-    : m_name(name)
+Unit::Unit(QString name)
+    : m_name(std::move(name))
 {
     setVersion(QStringLiteral("local 1.200 05. Mar 2024 remote 1.200 05. Mar 2024"));
 }

@@ -10,7 +10,7 @@
 // InputError, and then nothing has changed.
 class Unit {
 public:
-    explicit Unit(const QString& name);
+    explicit Unit(QString name);
 
     void raiseWarning(const QString& text);
     // Throws when there is none with this text.
