@@ -2,9 +2,8 @@
 #include "inputerror.h"
 #include "unit.h"
 
-#include <QDate>
 #include <QJsonDocument>
-#include <QTime>
+#include <QRegularExpression>
 #include <QtTest>
 
 class TestUnit : public QObject {
@@ -26,15 +25,12 @@ private slots:
     void warningHasDateTimeAndText()
     {
         m_unit.raiseWarning(QStringLiteral("Lüfter  3"));
-        const QJsonArray all = warnings();
-        QCOMPARE(all.size(), 1);
-        const QJsonObject warning = all.first().toObject();
-        QCOMPARE(
-            warning.keys(),
-            (QStringList { QStringLiteral("date"), QStringLiteral("displaytext"), QStringLiteral("time") }));
-        QCOMPARE(warning[QStringLiteral("displaytext")].toString(), QStringLiteral("Lüfter  3"));
-        const QDateTime raised(QDate::fromString(warning[QStringLiteral("date")].toString(), Qt::ISODate),
-                               QTime::fromString(warning[QStringLiteral("time")].toString(), Qt::ISODate));
+        const QRegularExpression shape(QString::fromUtf8(
+            R"x("warnings":\[{"date":"(.{10})","displaytext":"Lüfter  3","time":"(.{8})"}]}}$)x"));
+        const QRegularExpressionMatch match = shape.match(QString::fromUtf8(m_unit.texts().last()));
+        QVERIFY(match.hasMatch());
+        const QDateTime raised(QDate::fromString(match.captured(1), Qt::ISODate),
+                               QTime::fromString(match.captured(2), Qt::ISODate));
         QVERIFY(qAbs(raised.secsTo(QDateTime::currentDateTime())) < 60);
     }
 
@@ -43,12 +39,12 @@ private slots:
         for (const char text : { 'a', 'b', 'a', 'c' })
             m_unit.raiseWarning(QString(QLatin1Char(text)));
         QVERIFY_EXCEPTION_THROWN(m_unit.clearWarnings(QStringLiteral("A")), InputError);
-        QCOMPARE(warnings().size(), 4);
+        QCOMPARE(m_unit.texts().last().count("displaytext"), 4);
         m_unit.clearWarnings(QStringLiteral("a"));
-        QCOMPARE(warnings().size(), 2);
-        QCOMPARE(warnings().first()[QStringLiteral("displaytext")].toString(), QStringLiteral("b"));
+        QCOMPARE(m_unit.texts().last().count("displaytext"), 2);
+        QVERIFY(!m_unit.texts().last().contains("\"displaytext\":\"a\""));
         m_unit.clearAllWarnings();
-        QVERIFY(warnings().isEmpty());
+        QVERIFY(m_unit.texts().last().endsWith("\"warnings\":[]}}"));
     }
 
     void wrongVersionChangesNothing()
@@ -98,12 +94,6 @@ private slots:
     void init() { m_unit = Unit(QStringLiteral("h1")); }
 
 private:
-    QJsonArray warnings() const
-    {
-        const QJsonDocument report = QJsonDocument::fromJson(m_unit.texts().last());
-        return report[QStringLiteral("value")][QStringLiteral("warnings")].toArray();
-    }
-
     Unit m_unit { QString() };
 };
 

@@ -15,30 +15,27 @@ private slots:
     {
         m_server = std::make_unique<UnitServer>(m_settings);
         m_server->open();
+        m_link = std::make_unique<QorInterface>();
+        m_received = std::make_unique<QSignalSpy>(m_link.get(), &QorInterface::receiveQorMessage);
+        QVERIFY(m_link->connectQor(m_settings.address, m_server->zmqPort()));
     }
 
     void textsComeAtEveryInterval()
     {
-        QorInterface link;
-        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(m_settings.address, m_server->zmqPort()));
-        QTRY_VERIFY(!received.isEmpty());
+        QTRY_VERIFY(!m_received->isEmpty());
         QElapsedTimer clock;
         clock.start();
-        const int before = received.size();
-        QTRY_VERIFY(received.size() >= before + 20);
+        const int before = m_received->size();
+        QTRY_VERIFY(m_received->size() >= before + 20);
         QVERIFY2(clock.elapsed() > 800, qPrintable(QString::number(clock.elapsed())));
         const QByteArrayList texts = m_server->unit().texts();
         for (int i = 0; i < 20; ++i)
-            QCOMPARE(received.at(i).first().toByteArray(), texts.at(i % 2));
+            QCOMPARE(m_received->at(i).first().toByteArray(), texts.at(i % 2));
     }
 
     void restartComesBackOnTheSamePorts()
     {
-        QorInterface link;
-        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(m_settings.address, m_server->zmqPort()));
-        QTRY_VERIFY(!received.isEmpty());
+        QTRY_VERIFY(!m_received->isEmpty());
         const QString readyLine = m_server->readyLine();
         QSignalSpy announced(m_server.get(), &UnitServer::announced);
         // Without any time between, the ports must be free at once.
@@ -51,8 +48,8 @@ private slots:
             QVERIFY(clock.elapsed() >= downMs - 30);
             QCOMPARE(announced.takeFirst().first().toString(), readyLine);
         }
-        const int before = received.size();
-        QTRY_VERIFY(received.size() > before);
+        const int before = m_received->size();
+        QTRY_VERIFY(m_received->size() > before);
         QVERIFY(fetch().startsWith("HTTP/1.0 200 "));
     }
 
@@ -127,6 +124,8 @@ private:
         QStringLiteral("h1"), QStringLiteral("Halle 1"), QStringLiteral("127.0.0.1"), 0, 0, 100
     };
     std::unique_ptr<UnitServer> m_server;
+    std::unique_ptr<QorInterface> m_link;
+    std::unique_ptr<QSignalSpy> m_received;
 };
 
 QTEST_GUILESS_MAIN(TestUnitServer)

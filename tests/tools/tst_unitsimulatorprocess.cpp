@@ -10,12 +10,10 @@ class TestUnitSimulatorProcess : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { m_process = std::make_unique<QProcess>(); }
-
     void cleanup()
     {
-        m_process->kill();
-        m_process->waitForFinished();
+        m_process.kill();
+        m_process.waitForFinished();
     }
 
     void refusesWrongArguments_data()
@@ -58,7 +56,7 @@ private slots:
     {
         start("--help");
         QCOMPARE(exitCode(), 0);
-        const QByteArray help = m_process->readAllStandardOutput();
+        const QByteArray help = m_process.readAllStandardOutput();
         for (const char* part :
              { "--unit", "--scenario", "--stay", "Exit codes", "  warn UNIT TEXT\n",
                "  clear UNIT all|TEXT\n", "  silence UNIT\n", "  speak UNIT\n", "  garbage UNIT KIND\n",
@@ -67,7 +65,7 @@ private slots:
             QVERIFY2(help.contains(part), part);
         start("--version");
         QCOMPARE(exitCode(), 0);
-        QVERIFY(m_process->readAllStandardOutput().startsWith("unit-simulator "));
+        QVERIFY(m_process.readAllStandardOutput().startsWith("unit-simulator "));
     }
 
     void announcesItsUnitsAndAnswersCommandsInOrder()
@@ -76,8 +74,8 @@ private slots:
         QVERIFY(readLine().startsWith("unit a ready zmq=127.0.0.1:"));
         QVERIFY(readLine().startsWith("unit b ready zmq=127.0.0.2:"));
         for (int i = 0; i < 200; ++i)
-            m_process->write("warn a Lüfter\n# remark\n\r\nclear a Lüfter\r\nclear a Lüfter\n");
-        m_process->write(" quit \n");
+            m_process.write("warn a Lüfter\n# remark\n\r\nclear a Lüfter\r\nclear a Lüfter\n");
+        m_process.write(" quit \n");
         for (int i = 0; i < 200; ++i) {
             QCOMPARE(readLine(), QByteArray("ok"));
             QCOMPARE(readLine(), QByteArray("ok"));
@@ -90,8 +88,8 @@ private slots:
     void endsWithStandardInput()
     {
         start("--unit key=a");
-        m_process->write("warn a without a line break");
-        m_process->closeWriteChannel();
+        m_process.write("warn a without a line break");
+        m_process.closeWriteChannel();
         QVERIFY(readLine().startsWith("unit a ready "));
         QCOMPARE(readLine(), QByteArray("ok"));
         QCOMPARE(exitCode(), 0);
@@ -100,14 +98,14 @@ private slots:
     void staysWhenAsked()
     {
         start("--unit key=a --stay");
-        m_process->write("restart a 0.5\n");
-        m_process->closeWriteChannel();
+        m_process.write("restart a 0.5\n");
+        m_process.closeWriteChannel();
         const QByteArray ready = readLine();
         QVERIFY(ready.startsWith("unit a ready "));
         QCOMPARE(readLine(), QByteArray("ok"));
         // After the end of the input.
         QCOMPARE(readLine(), ready);
-        QVERIFY(!m_process->waitForFinished(200));
+        QVERIFY(!m_process.waitForFinished(200));
     }
 
     void playsAScenarioInTimeAndAgain()
@@ -127,8 +125,8 @@ private slots:
 private:
     void start(const QByteArray& arguments)
     {
-        m_process->start(QStringLiteral(UNIT_SIMULATOR),
-                         QString::fromUtf8(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+        m_process.start(QStringLiteral(UNIT_SIMULATOR),
+                        QString::fromUtf8(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts));
     }
 
     void startScenario(const QByteArray& json)
@@ -143,31 +141,31 @@ private:
     {
         QElapsedTimer clock;
         clock.start();
-        while (!m_process->canReadLine()) {
-            if (clock.elapsed() > 5000 || !m_process->waitForReadyRead(5000))
+        while (!m_process.canReadLine()) {
+            if (clock.elapsed() > 5000 || !m_process.waitForReadyRead(5000))
                 return {};
         }
-        return m_process->readLine().trimmed();
+        return m_process.readLine().trimmed();
     }
 
     // -1 when the process does not end, or crashes.
     int exitCode()
     {
-        if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(10000))
+        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(10000))
             return -1;
-        return m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : -1;
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
 
     // Before any unit has announced itself.
     void checkRefused(const QString& error)
     {
         QCOMPARE(exitCode(), 2);
-        const QString errors = QString::fromUtf8(m_process->readAllStandardError());
+        const QString errors = QString::fromUtf8(m_process.readAllStandardError());
         QVERIFY2(errors.startsWith(QStringLiteral("unit-simulator: ") + error), qPrintable(errors));
-        QCOMPARE(m_process->readAllStandardOutput(), QByteArray());
+        QCOMPARE(m_process.readAllStandardOutput(), QByteArray());
     }
 
-    std::unique_ptr<QProcess> m_process;
+    QProcess m_process;
     const QTemporaryDir m_directory;
 };
 
