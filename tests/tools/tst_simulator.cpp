@@ -32,6 +32,8 @@ private slots:
         QTest::newRow("warn h3 x") << "error unknown unit \"h3\"";
         QTest::newRow("clear h1") << "error usage: clear UNIT all|TEXT";
         QTest::newRow("clear h1 %1") << "error there is no warning \"%1\"";
+        QTest::newRow("version h1 local 1") << "error a version is: local NO DATE remote NO DATE";
+        QTest::newRow("silence") << "error usage: silence UNIT";
         QTest::newRow("silence h1 now") << "error usage: silence UNIT";
         QTest::newRow("speak h1 now") << "error usage: speak UNIT";
         QTest::newRow("restart h1") << "error usage: restart UNIT SECONDS";

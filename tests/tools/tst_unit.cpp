@@ -29,8 +29,9 @@ private slots:
             R"x("warnings":\[{"date":"(.{10})","displaytext":"Lüfter  3","time":"(.{8})"}]}}$)x"));
         const QRegularExpressionMatch match = shape.match(QString::fromUtf8(m_unit.texts().last()));
         QVERIFY(match.hasMatch());
-        const QDateTime raised(QDate::fromString(match.captured(1), Qt::ISODate),
-                               QTime::fromString(match.captured(2), Qt::ISODate));
+        const auto raised = QDateTime::fromString(match.captured(1) + QLatin1Char(' ') + match.captured(2),
+                                                  QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+        QVERIFY(raised.isValid());
         QVERIFY(qAbs(raised.secsTo(QDateTime::currentDateTime())) < 60);
     }
 

@@ -97,6 +97,8 @@ private slots:
 
     void staysWhenAsked()
     {
+        QElapsedTimer clock;
+        clock.start();
         start("--unit key=a --stay");
         m_process.write("restart a 0.5\n");
         m_process.closeWriteChannel();
@@ -105,6 +107,7 @@ private slots:
         QCOMPARE(readLine(), QByteArray("ok"));
         // After the end of the input.
         QCOMPARE(readLine(), ready);
+        QVERIFY(clock.elapsed() >= 450);
         QVERIFY(!m_process.waitForFinished(200));
     }
 
