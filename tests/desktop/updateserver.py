@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The update server, reached as the program's proxy: the shipped executable runs as it is, with its own URL.
 
-The toolkit follows the environment's proxy settings, so the server takes every host's connections on a
+Qt follows the environment's proxy settings, so the server takes every host's connections on a
 loopback port that the system chose. Its certificate is of its own making, which the program accepts."""
 
 import http.server
