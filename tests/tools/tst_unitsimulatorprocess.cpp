@@ -23,8 +23,8 @@ private slots:
         QTest::newRow("--units") << "Unknown option 'units'.";
         QTest::newRow("--unit port=0 extra") << "unexpected argument extra";
         QTest::newRow("--unit port=x") << "\"x\" is no number of 0 to 65535";
-        QTest::newRow("--scenario /nowhere/s.json") << "/nowhere/s.json: No such file or directory";
-        QTest::newRow("--scenario /dev/null") << "/dev/null: byte 0: illegal value";
+        QTest::newRow("--scenario /nowhere/s.json") << "/nowhere/s.json: ";
+        QTest::newRow("--scenario /dev/null") << "/dev/null: ";
     }
 
     void refusesWrongArguments()
