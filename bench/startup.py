@@ -62,10 +62,16 @@ def main():
         for _ in range(ROUNDS):
             for program, values in results.items():
                 values.append(measure(program, folder))
-    ours, theirs = ([statistics.median(column) for column in zip(*results[program])]
-                    for program in (monitor, empty))
-    for name, unit, scale, a, b in zip(("start to mapped window", "resident memory", "proportional memory"),
-                                       ("ms", "MiB", "MiB"), (1e3, 1 / 1024, 1 / 1024), ours, theirs):
+    ours, theirs = (
+        [statistics.median(column) for column in zip(*results[program])] for program in (monitor, empty)
+    )
+    for name, unit, scale, a, b in zip(
+        ("start to mapped window", "resident memory", "proportional memory"),
+        ("ms", "MiB", "MiB"),
+        (1e3, 1 / 1024, 1 / 1024),
+        ours,
+        theirs,
+    ):
         print(f"{name}: {a * scale:.0f} {unit}, empty window {b * scale:.0f} {unit}, ratio {a / b:.2f}")
 
 
