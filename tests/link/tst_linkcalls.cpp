@@ -2,10 +2,9 @@
 // What a link asks of the ZeroMQ library, in which order and on which thread.
 #include "link/qorinterface.h"
 
+#include "support/literals.h"
 #include "support/units.h"
 #include "support/zmqfaults.h"
-#include "support/literals.h"
-#include "support/publisher.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -27,13 +26,26 @@ QVector<Call> kinds()
     return result;
 }
 
+QByteArray endpointOf(const Publisher& publisher)
+{
+    return "tcp://127.0.0.1:" + QByteArray::number(publisher.port());
+}
+
 } // namespace
 
 class TestLinkCalls : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { zmqfaults::reset(); }
+    void init()
+    {
+        m_publisher = std::make_unique<Publisher>();
+        m_link = std::make_unique<QorInterface>();
+        zmqfaults::reset();
+    }
+
+    void cleanup() { m_link.reset(); }
+
     void makesAContextAndASocket()
     {
         const QorInterface first;
@@ -48,25 +60,19 @@ private slots:
 
     void subscribesThenConnects()
     {
-        Publisher publisher;
-        QorInterface link;
-        zmqfaults::reset();
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         QCOMPARE(kinds(), QVector<Call>({ Call::Subscribe, Call::Connect, Call::InitMessage }));
         const QVector<zmqfaults::Record> records = zmqfaults::records();
-        QCOMPARE(records.at(1).endpoint, "tcp://127.0.0.1:" + QByteArray::number(publisher.port()));
+        QCOMPARE(records.at(1).endpoint, endpointOf(*m_publisher));
         QCOMPARE(records.at(1).thread, QThread::currentThreadId());
         QVERIFY(records.at(2).thread != QThread::currentThreadId());
     }
 
     void connectsToAnIpv6AddressAsItStands()
     {
-        QorInterface link;
-        QVERIFY(link.connectQor("::1"_s, 5566));
-        QCOMPARE(link.ipAddress(), "::1"_s);
-        link.disconnectQor();
+        QVERIFY(m_link->connectQor("::1"_s, 5566));
+        QCOMPARE(m_link->ipAddress(), "::1"_s);
+        m_link->disconnectQor();
         for (const zmqfaults::Record& record : zmqfaults::records()) {
             if (record.call == Call::Connect || record.call == Call::Disconnect)
                 QCOMPARE(record.endpoint, QByteArray("tcp://::1:5566"));
@@ -77,16 +83,12 @@ private slots:
 
     void setsNoOptionButTheSubscription()
     {
-        Publisher publisher;
-        auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         // Nor does a text or the end of the link bring another one.
-        const QSignalSpy received(link.get(), &QorInterface::receiveQorMessage);
-        publisher.send("text");
+        const QSignalSpy received(m_link.get(), &QorInterface::receiveQorMessage);
+        m_publisher->send("text");
         QTRY_COMPARE(received.count(), 1);
-        link.reset();
+        m_link.reset();
         const QVector<zmqfaults::SocketOption> options = zmqfaults::socketOptions();
         QCOMPARE(options.size(), 1);
         QCOMPARE(options.at(0).option, ZMQ_SUBSCRIBE);
@@ -95,10 +97,7 @@ private slots:
 
     void pollsOnceAMillisecond()
     {
-        const Publisher publisher;
-        QorInterface link;
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         QElapsedTimer elapsed;
         elapsed.start();
         const int before = zmqfaults::count(Call::Receive);
@@ -114,44 +113,45 @@ private slots:
 
     void leavesTheEndpointBehindTheLoop()
     {
-        Publisher publisher;
-        QorInterface link;
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         zmqfaults::reset();
-        link.disconnectQor();
+        m_link->disconnectQor();
         const int receives = zmqfaults::count(Call::Receive);
         // The loop is told at once, so that it does not go on for the hundred milliseconds of grace.
         QVERIFY2(receives < 40, QByteArray::number(receives).constData());
         QCOMPARE(kinds(), QVector<Call>({ Call::Disconnect, Call::CloseSocket }));
-        const QVector<zmqfaults::Record> records = zmqfaults::records();
-        QCOMPARE(records.at(0).endpoint, "tcp://127.0.0.1:" + QByteArray::number(publisher.port()));
-        QCOMPARE(records.at(0).thread, QThread::currentThreadId());
-        QVERIFY(publisher.waitForUnsubscriber());
+        const zmqfaults::Record disconnect = zmqfaults::records().constFirst();
+        QCOMPARE(disconnect.endpoint, endpointOf(*m_publisher));
+        QCOMPARE(disconnect.thread, QThread::currentThreadId());
+        QVERIFY(m_publisher->waitForUnsubscriber());
         QCOMPARE(zmqfaults::count(Call::Receive), receives);
         // A connect to follow takes a new socket.
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        connectToPublisher();
         QCOMPARE(zmqfaults::count(Call::NewSocket), 1);
         QCOMPARE(zmqfaults::count(Call::NewContext), 0);
     }
 
     void closesTheSocketInTheEnd()
     {
-        auto link = std::make_unique<QorInterface>();
-        zmqfaults::reset();
-        link.reset();
+        m_link.reset();
         QCOMPARE(kinds(), QVector<Call>({ Call::CloseSocket }));
-        Publisher publisher;
-        link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        m_link = std::make_unique<QorInterface>();
+        connectToPublisher();
         zmqfaults::reset();
-        link.reset();
+        m_link.reset();
         QCOMPARE(kinds(), QVector<Call>({ Call::Disconnect, Call::CloseSocket }));
     }
+
+private:
+    // Connects, and waits for the first poll.
+    void connectToPublisher()
+    {
+        QVERIFY(connectTo(*m_link, *m_publisher));
+        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+    }
+
+    std::unique_ptr<Publisher> m_publisher;
+    std::unique_ptr<QorInterface> m_link;
 };
 
 QTEST_GUILESS_MAIN(TestLinkCalls)

@@ -3,11 +3,10 @@
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
-#include "support/units.h"
-#include "support/zmqfaults.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/units.h"
+#include "support/zmqfaults.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -34,6 +33,28 @@ template <typename Action> int errorOf(Action action)
     }
 }
 
+// Hears a unit, and is left as an idle link.
+void verifyUsable(QorInterface& link)
+{
+    QVERIFY(!zmqfaults::isArmed());
+    QVERIFY(!link.isRunning());
+    QCOMPARE(link.state(), QorInterface::Disconnected);
+    Publisher publisher;
+    const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+    QVERIFY(connectTo(link, publisher));
+    publisher.send("{}");
+    QTRY_COMPARE(received.count(), 1);
+    link.disconnectQor();
+    QVERIFY(publisher.waitForUnsubscriber());
+}
+
+void addCalls(const std::vector<std::pair<const char*, Call>>& calls)
+{
+    QTest::addColumn<Call>("call");
+    for (const auto& [name, call] : calls)
+        QTest::newRow(name) << call;
+}
+
 } // namespace
 
 class TestLinkErrors : public QObject {
@@ -41,11 +62,10 @@ class TestLinkErrors : public QObject {
 
 private slots:
     void init() { zmqfaults::reset(); }
+
     void constructionThrows_data()
     {
-        QTest::addColumn<Call>("call");
-        QTest::newRow("context") << Call::NewContext;
-        QTest::newRow("socket") << Call::NewSocket;
+        addCalls({ { "context", Call::NewContext }, { "socket", Call::NewSocket } });
     }
 
     void constructionThrows()
@@ -58,16 +78,13 @@ private slots:
 
     void connectThrows_data()
     {
-        QTest::addColumn<Call>("call");
-        QTest::newRow("subscribe") << Call::Subscribe;
-        QTest::newRow("connect") << Call::Connect;
+        addCalls({ { "subscribe", Call::Subscribe }, { "connect", Call::Connect } });
     }
 
     void connectThrows()
     {
         QFETCH(const Call, call);
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
+        LinkedUnit unit;
         const LinkJournal journal(unit.link);
         const LogCapture log;
         zmqfaults::failNext(call, EINVAL);
@@ -76,7 +93,7 @@ private slots:
         QVERIFY(!unit.link.isRunning());
         QCOMPARE(journal.entries,
                  QStringList({ "host 127.0.0.1"_s, "address 127.0.0.1"_s,
-                               "port "_s + QString::number(publisher.port()) }));
+                               "port "_s + QString::number(unit.publisher.port()) }));
         // There is nothing to disconnect.
         unit.link.disconnectQor();
         QVERIFY(!log.contains(QtDebugMsg, disconnectLine));
@@ -105,18 +122,15 @@ private slots:
 
     void disconnectThrows()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send("{}");
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
         const LinkJournal journal(unit.link);
         zmqfaults::failNext(Call::Disconnect, ENOENT);
         QCOMPARE(errorOf([&] { unit.device->setMonitored(false); }), ENOENT);
-        QCOMPARE(journal.entries, QStringList({ "state Getrennt"_s, "host "_s, "address "_s }));
+        QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
         // The unit is not heard any more all the same.
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
         verifyUsable(unit.link);
     }
 
@@ -125,8 +139,7 @@ private slots:
         Publisher first;
         Publisher second;
         QorInterface link;
-        QVERIFY(link.connectQor(loopback, first.port()));
-        QVERIFY(first.waitForSubscriber());
+        QVERIFY(connectTo(link, first));
         zmqfaults::failNext(Call::Disconnect, ENOENT);
         QCOMPARE(errorOf([&] { link.connectQor(loopback, second.port()); }), ENOENT);
         QVERIFY(first.waitForUnsubscriber());
@@ -150,8 +163,7 @@ private slots:
     {
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(connectTo(*link, publisher));
         const LogCapture log;
         zmqfaults::failNext(Call::Disconnect, ENOENT);
         link.reset();
@@ -162,14 +174,12 @@ private slots:
 
     void unitSwallowsOnDestruction()
     {
-        Publisher publisher;
-        auto unit = std::make_unique<LinkedUnit>(publisher.port());
-        unit->device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
         zmqfaults::failNext(Call::Disconnect, ENOENT);
-        unit.reset();
+        unit.list.reset();
         QVERIFY(!zmqfaults::isArmed());
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
     void loopErrorDisconnectsOnce_data()
@@ -185,8 +195,7 @@ private slots:
     {
         QFETCH(const Call, call);
         QFETCH(const int, error);
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
+        LinkedUnit unit;
         const LinkJournal journal(unit.link);
         const LogCapture log;
         zmqfaults::failNext(call, error);
@@ -196,24 +205,20 @@ private slots:
         QCOMPARE(unit.link.state(), QorInterface::Disconnected);
         QVERIFY(unit.link.isFinished());
         QCOMPARE(journal.entries.mid(journal.entries.size() - 3),
-                 QStringList({ "state Getrennt"_s, "host "_s, "address "_s }));
-        QCOMPARE(log.count(QtDebugMsg, caughtLine), 1);
-        QCOMPARE(log.count(QtDebugMsg, endLine), 1);
-        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
-        int disconnects = 0;
+                 QStringList({ disconnectedEntry, "host "_s, "address "_s }));
+        for (const QString& line : { caughtLine, endLine, disconnectLine })
+            QCOMPARE(log.count(QtDebugMsg, line), 1);
+        QCOMPARE(zmqfaults::count(Call::Disconnect), 1);
         for (const zmqfaults::Record& record : zmqfaults::records()) {
-            if (record.call != Call::Disconnect)
-                continue;
-            ++disconnects;
-            QCOMPARE(record.thread, QThread::currentThreadId());
+            if (record.call == Call::Disconnect)
+                QCOMPARE(record.thread, QThread::currentThreadId());
         }
-        QCOMPARE(disconnects, 1);
         verifyUsable(unit.link);
     }
 
     void loopErrorMeetsAStopFromOutside()
     {
-        Publisher publisher;
+        const Publisher publisher;
         QorInterface link;
         const LogCapture log;
         zmqfaults::failNext(Call::Receive, ENOTSOCK);
@@ -229,8 +234,7 @@ private slots:
 
     void loopErrorSwallowsAFailingDisconnect()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
+        LinkedUnit unit;
         const LogCapture log;
         zmqfaults::failNext(Call::Receive, ENOTSOCK);
         zmqfaults::failNext(Call::Disconnect, ENOENT);
@@ -244,33 +248,15 @@ private slots:
     {
         Publisher publisher;
         QorInterface link;
-        QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
         const LogCapture log;
         zmqfaults::failBetweenFrames(ENOTSOCK);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(connectTo(link, publisher));
         publisher.sendFrames({ "one", "two", "three" });
         QTRY_COMPARE(log.count(QtDebugMsg, disconnectLine), 1);
         QCOMPARE(log.count(QtDebugMsg, caughtLine), 1);
         QCOMPARE(received.count(), 1);
         verifyUsable(link);
-    }
-
-private:
-    // Hears a unit, and is left as an idle link.
-    void verifyUsable(QorInterface& link)
-    {
-        QVERIFY(!zmqfaults::isArmed());
-        QVERIFY(!link.isRunning());
-        QCOMPARE(link.state(), QorInterface::Disconnected);
-        Publisher publisher;
-        QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send("{}");
-        QTRY_COMPARE(received.count(), 1);
-        link.disconnectQor();
-        QVERIFY(publisher.waitForUnsubscriber());
     }
 };
 

@@ -5,7 +5,6 @@
 #include "support/linkjournal.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
 #include "support/units.h"
 #include "support/zmqfaults.h"
 
@@ -20,12 +19,11 @@ using zmqfaults::Call;
 
 namespace {
 
+// A unit at one address, and two others to which it may go.
 struct Stage {
-    Publisher first;
-    // To where the earlier call is on its way.
+    LinkedUnit unit;
     Publisher second;
     Publisher third;
-    LinkedUnit unit { first.port() };
 };
 
 using Action = std::function<void(Stage&)>;
@@ -83,20 +81,18 @@ private slots:
     void laterCallWinsWhileMoving()
     {
         Stage stage;
-        stage.unit.device->setMonitored(true);
-        QVERIFY(stage.first.waitForSubscriber());
+        QVERIFY(stage.unit.monitor());
         QTRY_COMPARE(stage.unit.link.state(), QorInterface::Pending);
         QCoreApplication::processEvents();
         verifyLaterCallWins(stage, [](Stage& s) { s.unit.device->setZmqPort(s.second.port()); });
-        QVERIFY(stage.first.waitForUnsubscriber());
+        QVERIFY(stage.unit.publisher.waitForUnsubscriber());
     }
 
     void linkEndsThoughAListenerConnectsItAgain()
     {
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(connectTo(*link, publisher));
         QTRY_COMPARE(link->state(), QorInterface::Pending);
         QCoreApplication::processEvents();
         connect(link.get(), &QorInterface::connectStateChanged, this,
@@ -109,16 +105,14 @@ private slots:
 
     void unitEndsThoughAListenerOfItsLinkSwitchesItOver()
     {
-        Publisher publisher;
-        auto unit = std::make_unique<LinkedUnit>(publisher.port());
-        unit->device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_COMPARE(unit->link.state(), QorInterface::Pending);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         QCoreApplication::processEvents();
-        connect(&unit->link, &QorInterface::connectStateChanged, this,
-                [device = unit->device] { device->setMonitored(!device->monitored()); });
-        unit.reset();
-        QVERIFY(publisher.waitForUnsubscriber());
+        connect(&unit.link, &QorInterface::connectStateChanged, this,
+                [device = unit.device] { device->setMonitored(!device->monitored()); });
+        unit.list.reset();
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
 private:

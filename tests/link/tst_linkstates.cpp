@@ -3,19 +3,33 @@
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
-#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/units.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
-#include <algorithm>
+#include <functional>
 #include <memory>
 
+using Preparation = std::function<void(QorInterface&, Publisher&)>;
+Q_DECLARE_METATYPE(Preparation)
+
 namespace {
+
 const auto startLine = "QorInterface::run(): start thread loop"_s;
+
+// All lines but the unit's own trace of the state.
+QStringList linkLines(const LogCapture& log)
+{
+    QStringList texts;
+    for (const LogCapture::Line& line : log.lines()) {
+        if (line.type != QtInfoMsg)
+            texts.append(line.text);
+    }
+    return texts;
+}
+
 } // namespace
 
 class TestLinkStates : public QObject {
@@ -24,38 +38,32 @@ class TestLinkStates : public QObject {
 private slots:
     void goesFromPendingToConnected()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
+        LinkedUnit unit;
         const LinkJournal journal(unit.link);
         const LogCapture log;
-        unit.device->setMonitored(true);
-        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
-        QCOMPARE(unit.link.stateText(), "Warte auf Verbindung ..."_s);
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(unit.monitor());
         QTRY_COMPARE(journal.entries.count(pendingEntry), 1);
         QCOMPARE(unit.link.state(), QorInterface::Pending);
+        QCOMPARE(unit.link.stateText(), "Warte auf Verbindung ..."_s);
         QCOMPARE(log.count(QtDebugMsg, startLine), 1);
 
-        publisher.send(statusReport());
-        publisher.send(statusReport());
-        QTRY_COMPARE(journal.entries.filter("text "_s).size(), 2);
+        QVERIFY(unit.speak());
+        QVERIFY(unit.speak());
         QCOMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(unit.link.stateText(), "Verbunden"_s);
         // A second text changes nothing; the state comes before what the other listeners make of the text.
-        QCOMPARE(journal.entries.filter("state "_s), QStringList({ pendingEntry, connectedEntry }));
+        const auto textEntry = QString("text "_s + QString::fromUtf8(statusReport()));
+        QCOMPARE(journal.entries.mid(journal.entries.indexOf(pendingEntry)),
+                 QStringList({ pendingEntry, connectedEntry, textEntry, textEntry }));
         QVERIFY(unit.link.isRunning());
         QCOMPARE(unit.link.priority(), QThread::InheritPriority);
     }
 
     void stopsOnceFromOutside()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        publisher.send(statusReport());
-        QTRY_COMPARE(received.count(), 1);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
         const LinkJournal journal(unit.link);
         const LogCapture log;
 
@@ -67,21 +75,12 @@ private slots:
         QCOMPARE(unit.link.state(), QorInterface::Disconnected);
         const QStringList expected { disconnectedEntry, "host "_s, "address "_s };
         QCOMPARE(journal.entries, expected);
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
 
         QCoreApplication::processEvents();
         QCOMPARE(journal.entries, expected);
-        QVector<LogCapture::Line> lines = log.lines();
-        // The unit's own trace of the state.
-        lines.erase(std::remove_if(lines.begin(), lines.end(),
-                                   [](const LogCapture::Line& line) { return line.type == QtInfoMsg; }),
-                    lines.end());
-        QCOMPARE(lines.size(), 3);
-        QCOMPARE(lines.at(0).text, disconnectLine);
-        QCOMPARE(lines.at(1).text, endLine);
-        QCOMPARE(lines.at(2).text, "setHost \"127.0.0.1\" \"\""_s);
-        QCOMPARE(lines.at(0).type, QtDebugMsg);
-        QCOMPARE(lines.at(1).type, QtDebugMsg);
+        QCOMPARE(linkLines(log), QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s }));
+        QCOMPARE(log.count(QtDebugMsg, "QorInterface::"_s), 2);
     }
 
     void leavesAnIdleLinkAlone()
@@ -100,17 +99,14 @@ private slots:
 
     void reconnectsThroughPending()
     {
-        Publisher first;
         Publisher second;
-        LinkedUnit unit(first.port());
+        LinkedUnit unit;
         const LinkJournal journal(unit.link);
-        unit.device->setMonitored(true);
-        QVERIFY(first.waitForSubscriber());
-        first.send(statusReport());
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
 
         unit.device->setZmqPort(second.port());
-        QVERIFY(first.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
         QVERIFY(second.waitForSubscriber());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         second.send(statusReport());
@@ -131,30 +127,21 @@ private slots:
         const LinkJournal journal(link);
         const LogCapture log;
         QVERIFY(link.connectQor("localhost"_s, second.port()));
-        const QStringList expected {
-            disconnectedEntry,     "host "_s,
-            "address "_s,          "host localhost"_s,
-            "address 127.0.0.1"_s, "port "_s + QString::number(second.port()),
-            pendingEntry,
-        };
-        QTRY_COMPARE(journal.entries, expected);
-        const QVector<LogCapture::Line> lines = log.lines();
-        QCOMPARE(lines.size(), 5);
-        QCOMPARE(lines.at(0).text, disconnectLine);
-        QCOMPARE(lines.at(1).text, endLine);
-        QCOMPARE(lines.at(2).text, "setHost \"127.0.0.1\" \"\""_s);
-        QCOMPARE(lines.at(3).text, "setHost \"\" \"localhost\""_s);
-        QCOMPARE(lines.at(4).text, startLine);
+        QTRY_COMPARE(
+            journal.entries,
+            QStringList({ disconnectedEntry, "host "_s, "address "_s, "host localhost"_s,
+                          "address 127.0.0.1"_s, "port "_s + QString::number(second.port()), pendingEntry }));
+        QCOMPARE(linkLines(log),
+                 QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s,
+                               "setHost \"\" \"localhost\""_s, startLine }));
     }
 
     void emptyHostEndsTheLink()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
         unit.device->setHost(QString());
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
         QVERIFY(unit.link.isFinished());
         QCOMPARE(unit.link.state(), QorInterface::Disconnected);
         QVERIFY(unit.link.ipAddress().isEmpty());
@@ -162,23 +149,20 @@ private slots:
 
     void followsItsUnit()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
         QCOMPARE(unit.link.host(), unit.device->host());
-        QCOMPARE(unit.link.port(), publisher.port());
+        QCOMPARE(unit.link.port(), unit.publisher.port());
         unit.device->setMonitored(false);
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
         QVERIFY(unit.link.host().isEmpty());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(unit.monitor());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         unit.device->setHost("localhost"_s);
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(unit.publisher.waitForSubscriber());
         QCOMPARE(unit.link.host(), "localhost"_s);
-        publisher.send(statusReport());
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
     }
 
     void survivesAStopBeforeTheLoop()
@@ -195,30 +179,29 @@ private slots:
         }
         QCoreApplication::processEvents();
         QCOMPARE(link.state(), QorInterface::Disconnected);
-        QCOMPARE(log.count(QtDebugMsg, startLine), rounds);
-        QCOMPARE(log.count(QtDebugMsg, endLine), rounds);
-        QCOMPARE(log.count(QtDebugMsg, disconnectLine), rounds);
+        for (const QString& line : { startLine, endLine, disconnectLine })
+            QCOMPARE(log.count(QtDebugMsg, line), rounds);
     }
 
     void destructionDisconnects_data()
     {
-        QTest::addColumn<bool>("connected");
-        QTest::newRow("connected") << true;
-        QTest::newRow("pending") << false;
+        QTest::addColumn<Preparation>("prepare");
+        QTest::newRow("connected") << Preparation([](QorInterface& link, Publisher& publisher) {
+            const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+            publisher.send(statusReport());
+            QTRY_COMPARE(received.count(), 1);
+        });
+        QTest::newRow("pending") << Preparation(
+            [](const QorInterface& link, Publisher&) { QTRY_COMPARE(link.state(), QorInterface::Pending); });
     }
 
     void destructionDisconnects()
     {
-        QFETCH(const bool, connected);
+        QFETCH(const Preparation, prepare);
         Publisher publisher;
         auto link = std::make_unique<QorInterface>();
-        QSignalSpy received(link.get(), &QorInterface::receiveQorMessage);
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        if (connected) {
-            publisher.send(statusReport());
-            QTRY_COMPARE(received.count(), 1);
-        }
+        QVERIFY(connectTo(*link, publisher));
+        prepare(*link, publisher);
         const LogCapture log;
         link.reset();
         QVERIFY(publisher.waitForUnsubscriber());
