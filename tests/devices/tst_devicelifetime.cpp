@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The ends of units, of their links and of the list, idle and under load.
+// The ends of units, of their links and of the list, idle and under load; and units whose link refuses.
 #include "devices/device.h"
 #include "devices/devicelist.h"
 
-#include "support/signalrecorder.h"
-#include "support/units.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -59,12 +58,6 @@ private:
     std::thread m_thread;
 };
 
-Device* addMonitored(DeviceList& list, int zmqPort)
-{
-    Device* device = list.addDevice(loopback, zmqPort, 80, "http"_s);
-    device->setMonitored(true);
-    return device;
-}
 } // namespace
 
 class TestDeviceLifetime : public QObject {
@@ -73,164 +66,127 @@ class TestDeviceLifetime : public QObject {
 private slots:
     void monitoredUnitEndsLikeAnUnmonitoredOne()
     {
-        Publisher publisher;
-        DeviceList list(nullptr);
-        auto* device = new Device(&list);
-        device->setHost(loopback);
-        device->setZmqPort(publisher.port());
-        device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        SignalRecorder recorder;
-        recorder.watch(list);
-        recorder.watch(*device);
-        recorder.watchLink(*device);
         bool monitoredAtSignal = true;
-        connect(device, &Device::monitoredChanged, this, [&] { monitoredAtSignal = device->monitored(); });
-        delete device;
-        const QStringList names = recorder.take();
-        QCOMPARE(names.mid(0, 2), QStringList({ "monitoredChanged"_s, "list.deviceChanged"_s }));
-        QCOMPARE(names.mid(names.size() - 2),
-                 QStringList({ "link.hostChanged"_s, "link.ipAddressChanged"_s }));
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<QorInterface> link = &unit.link;
+        SignalRecorder recorder(*unit.list, *unit.device);
+        recorder.watchLink(*unit.device);
+        connect(unit.device, &Device::monitoredChanged, unit.list.get(),
+                [&] { monitoredAtSignal = unit.device->monitored(); });
+        unit.list->removeDevice(unit.device);
+        recorder.take();
+        delete unit.device;
+        const QString told = recorder.take();
+        QVERIFY2(told.startsWith("monitoredChanged list.deviceChanged "_s), qPrintable(told));
+        QVERIFY2(told.endsWith(" link.hostChanged link.ipAddressChanged"_s), qPrintable(told));
         QVERIFY(!monitoredAtSignal);
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(!link);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
     void unmonitoredUnitEndsSilently()
     {
         DeviceList list(nullptr);
         auto* device = new Device(&list);
-        SignalRecorder recorder;
-        recorder.watch(list);
-        recorder.watch(*device);
+        const QPointer<QorInterface> link = device->qorInterface();
+        SignalRecorder recorder(list, *device);
         const LogCapture log;
         delete device;
-        QCOMPARE(recorder.take(), QStringList());
-        QVERIFY(log.lines().isEmpty());
-    }
-
-    void linkEndsWithItsUnit()
-    {
-        DeviceList list(nullptr);
-        auto* device = new Device(&list);
-        const QPointer<QorInterface> link = device->qorInterface();
-        QVERIFY(link);
-        delete device;
         QVERIFY(!link);
+        QCOMPARE(recorder.take(), QString());
+        QVERIFY(log.lines().isEmpty());
     }
 
     void unitEndsWithALinkThatOthersConnected()
     {
-        Publisher publisher;
-        DeviceList list(nullptr);
-        auto* device = new Device(&list);
-        QVERIFY(device->qorInterface()->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        delete device;
-        QVERIFY(publisher.waitForUnsubscriber());
+        LinkedUnit unit;
+        QVERIFY(connectTo(unit.link, unit.publisher));
+        unit.list.reset();
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
     void unitEndsThoughAListenerMonitorsItAgain()
     {
-        Publisher publisher;
-        DeviceList list(nullptr);
-        const QPointer<Device> device = addMonitored(list, publisher.port());
-        QVERIFY(publisher.waitForSubscriber());
-        connect(device, &Device::monitoredChanged, device, [device] { device->setMonitored(true); });
-        list.removeDevice(device);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> device = unit.device;
+        connect(device, &Device::monitoredChanged, device, [&] { unit.device->setMonitored(true); });
+        unit.list->removeDevice(device);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!device);
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
     void removedUnitWorksUntilItIsDeleted()
     {
-        Publisher publisher;
-        DeviceList list(nullptr);
-        const QPointer<Device> device = addMonitored(list, publisher.port());
-        QVERIFY(publisher.waitForSubscriber());
-        list.removeDevice(device);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> device = unit.device;
+        unit.list->removeDevice(device);
         QVERIFY(device->monitored());
-        QVERIFY(device->qorInterface()->isRunning());
-        SignalRecorder recorder;
-        recorder.watch(list);
-        emit device->qorInterface()->receiveQorMessage(statusReport("Halle 2"_s));
+        QVERIFY(unit.link.isRunning());
+        SignalRecorder recorder(*unit.list);
+        emit unit.link.receiveQorMessage(statusReport());
         QVERIFY(recorder.take().contains("list.deviceStatesChanged"_s));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!device);
         QVERIFY(recorder.take().contains("list.deviceChanged"_s));
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
     }
 
     void listAnnouncesItsEnd()
     {
-        SignalRecorder recorder;
-        {
-            DeviceList list(nullptr);
-            list.addDevice(loopback, 1, 80, "http"_s);
-            list.addDevice(loopback, 2, 80, "http"_s);
-            recorder.watch(list);
-        }
-        QCOMPARE(recorder.take(), QStringList({ "list.listChanged"_s, "list.listCleared"_s }));
+        auto list = std::make_unique<DeviceList>(nullptr);
+        addUnit(*list, 1);
+        addUnit(*list, 2);
+        SignalRecorder recorder(*list);
+        list.reset();
+        QCOMPARE(recorder.take(), "list.listChanged list.listCleared"_s);
     }
 
     void unitsEndWhileTheListIsStillOne()
     {
-        const Publisher publisher;
-        const Publisher other;
+        Publisher other;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> removed = addMonitoredUnit(*unit.list, other.port());
+        QVERIFY(other.waitForSubscriber());
+        // One that waits for its deferred deletion goes with the list, too.
+        unit.list->removeDevice(removed);
         int announced = 0;
         int ended = 0;
-        auto list = std::make_unique<DeviceList>(nullptr);
-        connect(list.get(), &DeviceList::deviceChanged, this, [&](Device* device) {
+        connect(unit.list.get(), &DeviceList::deviceChanged, this, [&](Device* device) {
             QVERIFY(qobject_cast<DeviceList*>(device->parent()));
-            if (!device->monitored())
-                ++announced;
+            QVERIFY(!device->monitored());
+            ++announced;
         });
-        for (const int port : { publisher.port(), other.port() })
-            connect(addMonitored(*list, port), &QObject::destroyed, this, [&] { ++ended; });
-        announced = 0;
-        list.reset();
+        for (const Device* device : { unit.device, removed.data() })
+            connect(device, &QObject::destroyed, this, [&] { ++ended; });
+        unit.list.reset();
         QCOMPARE(announced, 2);
         QCOMPARE(ended, 2);
-    }
-
-    void removedUnitsEndWithTheList()
-    {
-        Publisher publisher;
-        int announced = 0;
-        auto list = std::make_unique<DeviceList>(nullptr);
-        const QPointer<Device> device = addMonitored(*list, publisher.port());
-        QVERIFY(publisher.waitForSubscriber());
-        list->removeDevice(device);
-        connect(list.get(), &DeviceList::deviceChanged, this, [&] { ++announced; });
-        list.reset();
-        QVERIFY(!device);
-        QCOMPARE(announced, 1);
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(!removed);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(other.waitForUnsubscriber());
     }
 
     void refusedEndpointReachesTheCaller()
     {
         DeviceList list(nullptr);
-        Device* device = list.addDevice(loopback, -1, 80, "http"_s);
-        SignalRecorder recorder;
-        recorder.watch(*device);
+        Device* device = addUnit(list, -1);
+        SignalRecorder recorder(list, *device);
         QVERIFY_EXCEPTION_THROWN(device->setMonitored(true), zmq::error_t);
         // The value stands and has been announced; only the link has not followed.
         QVERIFY(device->monitored());
-        QCOMPARE(recorder.take(), QStringList { "monitoredChanged"_s });
+        QCOMPARE(recorder.take(), "monitoredChanged list.deviceChanged"_s);
         QCOMPARE(device->qorInterface()->state(), QorInterface::Disconnected);
         QVERIFY_EXCEPTION_THROWN(device->setZmqPort(-2), zmq::error_t);
         QCOMPARE(device->zmqPort(), -2);
         QVERIFY_EXCEPTION_THROWN(device->setHost("localhost"_s), zmq::error_t);
         QCOMPARE(device->host(), "localhost"_s);
-    }
-
-    void unitWithRefusedEndpointCanBeUsedAgain()
-    {
+        // The unit can be used again.
         Publisher publisher;
-        DeviceList list(nullptr);
-        Device* device = list.addDevice(loopback, -1, 80, "http"_s);
-        QVERIFY_EXCEPTION_THROWN(device->setMonitored(true), zmq::error_t);
         device->setZmqPort(publisher.port());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("Halle 2"_s));
@@ -242,12 +198,12 @@ private slots:
         const Flood first;
         const Flood second;
         auto list = std::make_unique<DeviceList>(nullptr);
-        const Device* one = addMonitored(*list, first.port());
-        const Device* two = addMonitored(*list, second.port());
-        QTRY_COMPARE(one->qorInterface()->state(), QorInterface::Connected);
-        QTRY_COMPARE(two->qorInterface()->state(), QorInterface::Connected);
+        for (const Flood* flood : { &first, &second }) {
+            const Device* device = addMonitoredUnit(*list, flood->port());
+            QTRY_COMPARE(device->qorInterface()->state(), QorInterface::Connected);
+        }
         // Texts wait in the queue while the list goes.
-        QSignalSpy stateSpy(list.get(), &DeviceList::deviceStatesChanged);
+        const QSignalSpy stateSpy(list.get(), &DeviceList::deviceStatesChanged);
         list.reset();
         const int atEnd = stateSpy.count();
         QCoreApplication::processEvents();
@@ -258,7 +214,7 @@ private slots:
     {
         const Flood flood;
         DeviceList list(nullptr);
-        const QPointer<Device> device = addMonitored(list, flood.port());
+        const QPointer<Device> device = addMonitoredUnit(list, flood.port());
         QTRY_COMPARE(device->qorInterface()->state(), QorInterface::Connected);
         list.removeDevice(device);
         QTRY_VERIFY(!device);
