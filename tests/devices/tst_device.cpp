@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The record of a unit: its values, its names, its address, and how its link follows.
+// The record of a unit: its values, its names, its address, how its link follows, and how all of it ends.
 #include "devices/device.h"
 
 #include "link/qorinterface.h"
@@ -8,7 +8,10 @@
 #include "support/signalrecorder.h"
 #include "support/units.h"
 
+#include <QPointer>
 #include <QtTest>
+
+#include <zmq.hpp>
 
 #include <functional>
 
@@ -125,17 +128,15 @@ private slots:
 
     void nameChangeIsLoggedBeforeItsSignal()
     {
+        QStringList linesAtSignal;
         RecordedUnit unit;
         unit.device.setHost(loopback);
         const LogCapture log;
-        const auto line = "Device::setQorName() \"127.0.0.1\" \"Halle 2\""_s;
-        int linesAtSignal = 0;
         connect(&unit.device, &Device::qorNameChanged, &unit.list,
-                [&] { linesAtSignal = log.count(QtCriticalMsg, line); });
+                [&] { linesAtSignal = log.taggedLines(); });
         unit.device.setQorName("Halle 2"_s);
-        QCOMPARE(linesAtSignal, 1);
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().constFirst().text, line);
+        QCOMPARE(linesAtSignal, QStringList("C Device::setQorName() \"127.0.0.1\" \"Halle 2\""_s));
+        QCOMPARE(log.taggedLines(), linesAtSignal);
     }
 
     void statusTextFollowsTheLinkWhileMonitored()
@@ -226,6 +227,7 @@ private slots:
         unit.device.setZmqPort(publisher.port());
         // An unmonitored unit's link stays where it is.
         QVERIFY(!unit.recorder.take().contains("link."_s));
+        QVERIFY(!link->isRunning());
 
         unit.device.setMonitored(true);
         QCOMPARE(unit.recorder.take(),
@@ -250,6 +252,135 @@ private slots:
         QCOMPARE(unit.recorder.take(),
                  "monitoredChanged list.deviceChanged link.hostChanged link.ipAddressChanged"_s);
         QVERIFY(!link->isRunning());
+    }
+
+    void monitoredUnitEndsLikeAnUnmonitoredOne()
+    {
+        bool monitoredAtSignal = true;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<QorInterface> link = &unit.link;
+        SignalRecorder recorder(*unit.list, *unit.device);
+        recorder.watchLink(*unit.device);
+        connect(unit.device, &Device::monitoredChanged, unit.list.get(),
+                [&] { monitoredAtSignal = unit.device->monitored(); });
+        unit.list->removeDevice(unit.device);
+        recorder.take();
+        delete unit.device;
+        const QString told = recorder.take();
+        QVERIFY2(told.startsWith("monitoredChanged list.deviceChanged "_s), qPrintable(told));
+        QVERIFY2(told.endsWith(" link.hostChanged link.ipAddressChanged"_s), qPrintable(told));
+        QVERIFY(!monitoredAtSignal);
+        QVERIFY(!link);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void unmonitoredUnitEndsSilently()
+    {
+        DeviceList list(nullptr);
+        auto* device = new Device(&list);
+        const QPointer<QorInterface> link = device->qorInterface();
+        SignalRecorder recorder(list, *device);
+        const LogCapture log;
+        delete device;
+        QVERIFY(!link);
+        QCOMPARE(recorder.take(), QString());
+        QVERIFY(log.lines().isEmpty());
+    }
+
+    void unitEndsWithALinkThatOthersConnected()
+    {
+        LinkedUnit unit;
+        QVERIFY(connectTo(unit.link, unit.publisher));
+        unit.list.reset();
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void unitEndsThoughAListenerMonitorsItAgain()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> device = unit.device;
+        connect(device, &Device::monitoredChanged, device, [&] { unit.device->setMonitored(true); });
+        unit.list->removeDevice(device);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!device);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void removedUnitWorksUntilItIsDeleted()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> device = unit.device;
+        unit.list->removeDevice(device);
+        QVERIFY(device->monitored());
+        QVERIFY(unit.link.isRunning());
+        SignalRecorder recorder(*unit.list);
+        emit unit.link.receiveQorMessage(statusReport());
+        QVERIFY(recorder.take().contains("list.deviceStatesChanged"_s));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!device);
+        QVERIFY(recorder.take().contains("list.deviceChanged"_s));
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void listAnnouncesItsEnd()
+    {
+        auto list = std::make_unique<DeviceList>(nullptr);
+        addUnit(*list, 1);
+        addUnit(*list, 2);
+        SignalRecorder recorder(*list);
+        list.reset();
+        QCOMPARE(recorder.take(), "list.listChanged list.listCleared"_s);
+    }
+
+    void unitsEndWhileTheListIsStillOne()
+    {
+        Publisher other;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> removed = addMonitoredUnit(*unit.list, other.port());
+        QVERIFY(other.waitForSubscriber());
+        // One that waits for its deferred deletion goes with the list, too.
+        unit.list->removeDevice(removed);
+        int announced = 0;
+        int ended = 0;
+        connect(unit.list.get(), &DeviceList::deviceChanged, this, [&](Device* device) {
+            QVERIFY(qobject_cast<DeviceList*>(device->parent()));
+            QVERIFY(!device->monitored());
+            ++announced;
+        });
+        for (const Device* device : { unit.device, removed.data() })
+            connect(device, &QObject::destroyed, this, [&] { ++ended; });
+        unit.list.reset();
+        QCOMPARE(announced, 2);
+        QCOMPARE(ended, 2);
+        QVERIFY(!removed);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(other.waitForUnsubscriber());
+    }
+
+    void refusedEndpointReachesTheCaller()
+    {
+        DeviceList list(nullptr);
+        Device* device = addUnit(list, -1);
+        SignalRecorder recorder(list, *device);
+        QVERIFY_EXCEPTION_THROWN(device->setMonitored(true), zmq::error_t);
+        // The value stands and has been announced; only the link has not followed.
+        QVERIFY(device->monitored());
+        QCOMPARE(recorder.take(), "monitoredChanged list.deviceChanged"_s);
+        QCOMPARE(device->qorInterface()->state(), QorInterface::Disconnected);
+        QVERIFY_EXCEPTION_THROWN(device->setZmqPort(-2), zmq::error_t);
+        QCOMPARE(device->zmqPort(), -2);
+        QVERIFY_EXCEPTION_THROWN(device->setHost("localhost"_s), zmq::error_t);
+        QCOMPARE(device->host(), "localhost"_s);
+        // The unit can be used again.
+        Publisher publisher;
+        device->setZmqPort(publisher.port());
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send(statusReport("Halle 2"_s));
+        QTRY_COMPARE(device->qorName(), "Halle 2"_s);
     }
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The condition of a unit: how it follows the link, what its monitor messages say, and its alert flag.
+// The condition of a unit: how it follows the link, what its monitor messages say, its warnings, and its
+// alert flag.
 #include "devices/device.h"
 
 #include "link/qorinterface.h"
@@ -19,16 +20,19 @@ Q_DECLARE_METATYPE(Preparation)
 namespace {
 
 const auto name = "Halle 2"_s;
-const auto hint = "Neue SW Version verfügbar V1.1"_s;
+const auto classKey = "class"_s;
+const auto otherKey = "room"_s;
+const auto hint = "Neue SW Version verfügbar V2.2"_s;
+
+QJsonObject with(QJsonObject object, const QString& key, const QJsonValue& value)
+{
+    object.insert(key, value);
+    return object;
+}
 
 QString member(const QJsonObject& message, const char* key)
 {
     return message.value(QLatin1String(key)).toString();
-}
-
-void reportNewerSoftware(Device& device)
-{
-    device.updateVersionInfo("1.0"_s, "01. Dec 2024"_s, "1.1"_s, "01. Jan 2025"_s);
 }
 
 // Leads a unit's link to Pending, which its thread reports.
@@ -83,7 +87,8 @@ private slots:
             "incompatible", [](LinkedUnit& u) { u.device->setIncompatible(true); }, incompatibleText,
             "error"_s);
         row(
-            "newer software", [](LinkedUnit& u) { reportNewerSoftware(*u.device); }, hint, "warning"_s);
+            "newer software", [](LinkedUnit& u) { u.device->processQorMessage(newerVersionInfo(name)); },
+            hint, "warning"_s);
     }
 
     void messageHasFiveKeysOfThisMoment()
@@ -124,13 +129,9 @@ private slots:
         LinkedUnit unit;
         becomePending(unit);
         becomeConnected(*unit.device);
-        QStringList states;
-        for (const LogCapture::Line& line : log.lines()) {
-            if (line.type == QtInfoMsg)
-                states.append(line.text);
-        }
+        const QStringList states
+            = log.taggedLines().filter(QRegularExpression("^I Device::updateConnectState\\(\\) "_s));
         QCOMPARE(states.size(), 3);
-        QCOMPARE(states.filter(QRegularExpression("^Device::updateConnectState\\(\\) "_s)), states);
         QVERIFY(states.at(0).endsWith("Disconnected"_s));
         QVERIFY(states.at(1).endsWith("Pending"_s));
         QVERIFY(states.at(2).endsWith("Connected"_s));
@@ -140,7 +141,7 @@ private slots:
     {
         LinkedUnit unit;
         unit.device->setIncompatible(true);
-        unit.device->setWarnings({ warning("Feuer"_s) });
+        unit.device->setWarnings({ fire });
         const Conditions seen(*unit.device);
         SignalRecorder recorder(*unit.list);
         becomePending(unit);
@@ -158,7 +159,7 @@ private slots:
     {
         RecordedUnit unit;
         unit.device.setIncompatible(true);
-        unit.device.setWarnings({ warning("Feuer"_s) });
+        unit.device.setWarnings({ fire });
         unit.recorder.take();
         becomeConnected(unit.device);
         QCOMPARE(displayTexts(unit.device), QStringList({ connectedText, incompatibleText, "Feuer"_s }));
@@ -171,7 +172,7 @@ private slots:
         becomePending(unit);
         becomeConnected(*unit.device);
         unit.device->setIncompatible(true);
-        unit.device->setWarnings({ warning("Feuer"_s) });
+        unit.device->setWarnings({ fire });
         const Conditions seen(*unit.device);
         SignalRecorder recorder(*unit.list);
         unit.device->setMonitored(false);
@@ -189,7 +190,7 @@ private slots:
     void versionMessageSurvivesEveryState()
     {
         LinkedUnit unit;
-        reportNewerSoftware(*unit.device);
+        unit.device->processQorMessage(newerVersionInfo(name));
         QCOMPARE(displayTexts(*unit.device), QStringList({ disconnectedText, hint }));
         becomePending(unit);
         QCOMPARE(displayTexts(*unit.device), QStringList({ pendingText, hint }));
@@ -202,9 +203,9 @@ private slots:
     void messagesStandInOrder()
     {
         RecordedUnit unit;
-        reportNewerSoftware(unit.device);
+        unit.device.processQorMessage(newerVersionInfo(name));
         unit.device.setIncompatible(true);
-        unit.device.setWarnings({ warning("Feuer"_s), warning("Störung"_s) });
+        unit.device.setWarnings({ fire, fault });
         QCOMPARE(displayTexts(unit.device),
                  QStringList({ disconnectedText, incompatibleText, hint, "Feuer"_s, "Störung"_s }));
     }
@@ -212,7 +213,7 @@ private slots:
     void incompatibilityDropsTheWarningsBeforeItIsAnnounced()
     {
         RecordedUnit unit;
-        unit.device.setWarnings({ warning("Feuer"_s) });
+        unit.device.setWarnings({ fire });
         const Conditions seen(unit.device);
         unit.device.setIncompatible(true);
         unit.device.setIncompatible(false);
@@ -288,7 +289,7 @@ private slots:
         RecordedUnit unit;
         unit.device.setAlert(false);
         const QDateTime alertTime = unit.device.alertTime();
-        unit.device.setWarnings({ warning("Feuer"_s) });
+        unit.device.setWarnings({ fire });
         QVERIFY(!unit.device.alert());
         QCOMPARE(unit.device.alertTime(), alertTime);
         unit.device.setAlert(true);
@@ -296,21 +297,106 @@ private slots:
         QVERIFY(unit.device.alert());
     }
 
+    void alertsOnNewWarningsOnly_data()
+    {
+        QTest::addColumn<QJsonArray>("before");
+        QTest::addColumn<QJsonArray>("after");
+        QTest::addColumn<QString>("announced");
+        const auto silent = ""_s;
+        const auto changed = "list.deviceStatesChanged deviceStateChanged"_s;
+        const auto alerted = changed + " list.alertChanged"_s;
+        const auto row
+            = [](const char* what, const QJsonArray& before, const QJsonArray& after,
+                 const QString& announced) { QTest::newRow(what) << before << after << announced; };
+        row("none at all", {}, {}, silent);
+        row("the first one", {}, { fire }, alerted);
+        row("the same one", { fire }, { fire }, silent);
+        row("one more behind", { fire }, { fire, fault }, alerted);
+        row("one more in front", { fire }, { fault, fire }, alerted);
+        row("another one", { fire }, { fault }, alerted);
+        row("another time", { fire }, { warning("Feuer"_s, "08:16:00"_s) }, alerted);
+        row("another value of a key that is not shown", { with(fire, otherKey, 1) },
+            { with(fire, otherKey, 2) }, alerted);
+        row("a key more", { fire }, { with(fire, otherKey, 1) }, alerted);
+        row("a key less", { with(fire, otherKey, 1) }, { fire }, alerted);
+        row("another class", { with(fire, classKey, "warning"_s) }, { with(fire, classKey, "error"_s) },
+            alerted);
+        row("the first of two goes", { fire, fault }, { fault }, changed);
+        row("the second of two goes", { fire, fault }, { fire }, changed);
+        row("all go", { fire, fault }, {}, changed);
+        row("another order", { fire, fault }, { fault, fire }, changed);
+        row("one twice", { fire }, { fire, fire }, changed);
+        row("no objects are equal objects", { 1 }, { "two"_s }, changed);
+        row("no object, but the first one", {}, { 1 }, alerted);
+        row("an object after none", { 1 }, { fire }, alerted);
+    }
+
+    void alertsOnNewWarningsOnly()
+    {
+        QFETCH(const QJsonArray, before);
+        QFETCH(const QJsonArray, after);
+        RecordedUnit unit;
+        unit.device.setWarnings(before);
+        unit.recorder.take();
+        unit.device.setWarnings(after);
+        QTEST(unit.recorder.take(), "announced");
+        QCOMPARE(unit.device.messages().size(), 1 + after.size());
+        // What was just taken is what the next report is compared with.
+        unit.device.setWarnings(after);
+        QCOMPARE(unit.recorder.take(), QString());
+    }
+
+    void warningsAreStoredBeforeTheSignals()
+    {
+        QVector<QStringList> seen;
+        RecordedUnit unit;
+        const auto look = [&] { seen.append(displayTexts(unit.device)); };
+        connect(&unit.device, &Device::deviceStateChanged, &unit.list, look);
+        connect(&unit.list, &DeviceList::alertChanged, &unit.device, look);
+        unit.device.setWarnings({ fire });
+        const QStringList raised { disconnectedText, "Feuer"_s };
+        QCOMPARE(seen, QVector<QStringList>({ raised, raised }));
+        unit.device.setWarnings({});
+        QCOMPARE(seen, QVector<QStringList>({ raised, raised, { disconnectedText } }));
+    }
+
+    void warningsAreHandedOutAsCopiesUnchangedButForTheClass()
+    {
+        RecordedUnit unit;
+        const QJsonObject extended = with(with(fire, "date"_s, "heute"_s), otherKey, QJsonArray { 1, 2 });
+        const QJsonArray raised { with(extended, classKey, "warning"_s), fault, 7 };
+        unit.device.setWarnings(raised);
+        unit.recorder.take();
+        QJsonArray warnings = unit.device.messages();
+        warnings.removeFirst();
+        const auto error = "error"_s;
+        QCOMPARE(warnings,
+                 QJsonArray({ with(extended, classKey, error), with(fault, classKey, error),
+                              QJsonObject { { classKey, error } } }));
+        // What is stored has kept the unit's class.
+        unit.device.setWarnings(raised);
+        QCOMPARE(unit.recorder.take(), QString());
+    }
+
     void unitSpeaksAndFallsSilent()
     {
         LinkedUnit unit;
         QVERIFY(unit.monitor());
-        unit.publisher.send(statusReport(name, { warning("Feuer"_s) }));
+        unit.publisher.send(statusReport(name, { fire }));
         QTRY_COMPARE(displayTexts(*unit.device), QStringList({ connectedText, "Feuer"_s }));
         QCOMPARE(unit.device->qorName(), name);
         QVERIFY(!unit.device->alert());
         QTRY_COMPARE_WITH_TIMEOUT(displayTexts(*unit.device), QStringList { disconnectedText }, 10000);
         QVERIFY(unit.device->alert());
         QCOMPARE(unit.device->stateText(), "Getrennt"_s);
-        unit.publisher.send(statusReport(name, { warning("Feuer"_s) }));
+        unit.publisher.send(statusReport(name, { fire }));
         QTRY_COMPARE(displayTexts(*unit.device), QStringList({ connectedText, "Feuer"_s }));
         QVERIFY(!unit.device->alert());
     }
+
+private:
+    const QJsonObject fire = warning("Feuer"_s);
+    const QJsonObject fault = warning("Störung"_s);
 };
 
 QTEST_GUILESS_MAIN(TestDeviceCondition)

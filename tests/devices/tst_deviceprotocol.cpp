@@ -136,11 +136,9 @@ private slots:
     {
         const LogCapture log;
         device().processQorMessage(QByteArrayLiteral(R"({"cmd":"Reboot"})"));
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().constFirst().type, QtCriticalMsg);
-        QCOMPARE(log.lines().constFirst().text,
-                 "Device::onReceiveQorMessage() receive incompatible cmd Reboot , message "
-                 "{\"cmd\":\"Reboot\"} , object QJsonObject({\"cmd\":\"Reboot\"})"_s);
+        QCOMPARE(log.taggedLines(),
+                 QStringList("C Device::onReceiveQorMessage() receive incompatible cmd Reboot , message "
+                             "{\"cmd\":\"Reboot\"} , object QJsonObject({\"cmd\":\"Reboot\"})"_s));
     }
 
     void everyWellFormedMessageSetsTheName_data()
@@ -208,9 +206,7 @@ private slots:
         const LogCapture log;
         verifySilent({ text });
         QCOMPARE(device().qorName(), name);
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().constFirst().type, QtWarningMsg);
-        QCOMPARE(log.lines().constFirst().text, "Device::processQorMessage() skip empty message"_s);
+        QCOMPARE(log.taggedLines(), QStringList("W Device::processQorMessage() skip empty message"_s));
     }
 
     void unreadableTextIsIncompatible_data()
@@ -259,11 +255,11 @@ private slots:
         QVERIFY(error.error != QJsonParseError::NoError && error.offset > 0);
         const LogCapture log;
         device().processQorMessage(text);
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().constFirst().type, QtWarningMsg);
-        QCOMPARE(log.lines().constFirst().text,
-                 "Device::processQorMessage() parse error %1 at offset %2 \nMessage: {\"host\" 7}"_s.arg(
-                     error.errorString(), QString::number(error.offset)));
+        QCOMPARE(
+            log.taggedLines(),
+            QStringList(
+                "W Device::processQorMessage() parse error %1 at offset %2 \nMessage: {\"host\" 7}"_s.arg(
+                    error.errorString(), QString::number(error.offset))));
     }
 
     void validTextThatIsNoObjectIsIncompatible_data()

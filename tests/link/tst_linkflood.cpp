@@ -7,9 +7,15 @@
 #include "support/logcapture.h"
 #include "support/units.h"
 
+#include <QPointer>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QtTest>
+
+#include <functional>
+
+using Ending = std::function<void(LinkedUnit&)>;
+Q_DECLARE_METATYPE(Ending)
 
 namespace {
 
@@ -141,16 +147,32 @@ private slots:
         QTRY_COMPARE(received.count(), 2 * flood);
     }
 
-    void destructionInAFlood()
+    void unitEndsInAFlood_data()
     {
+        QTest::addColumn<Ending>("end");
+        QTest::newRow("with its list") << Ending([](LinkedUnit& unit) { unit.list.reset(); });
+        QTest::newRow("by its removal") << Ending([](LinkedUnit& unit) {
+            unit.list->removeDevice(unit.device);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        });
+    }
+
+    void unitEndsInAFlood()
+    {
+        QFETCH(const Ending, end);
         LinkedUnit unit;
         QVERIFY(unit.monitor());
-        publish(unit.publisher, "{}", 50);
+        const QPointer<Device> device = unit.device;
+        const QSignalSpy states(unit.list.get(), &DeviceList::deviceStatesChanged);
+        publish(unit.publisher, statusReport(), 50);
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         const LogCapture log;
-        unit.list.reset();
+        end(unit);
+        QVERIFY(!device);
         QVERIFY(unit.publisher.waitForUnsubscriber());
+        const int statesAtEnd = states.count();
         QCoreApplication::processEvents();
+        QCOMPARE(states.count(), statesAtEnd);
         QCOMPARE(log.count(QtDebugMsg, endLine), 1);
     }
 };

@@ -16,18 +16,6 @@ class TestLinkSilence : public QObject {
     Q_OBJECT
 
 private slots:
-    void nobodyHearsAnUnmonitoredUnit()
-    {
-        LinkedUnit unit;
-        const LogCapture log;
-        unit.device->setZmqPort(1);
-        unit.device->setZmqPort(unit.publisher.port());
-        QVERIFY(!unit.publisher.waitForSubscriber(300));
-        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
-        QVERIFY(!unit.link.isRunning());
-        QVERIFY(log.lines().isEmpty());
-    }
-
     void waitsForAPortOfNobody()
     {
         const int port = Publisher().port();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A link by itself: how it begins, what it resolves and announces, and the texts that it hands on.
+// A link: what it resolves and announces, the texts that it hands on, its states from the first connect to
+// the destruction, and what it logs.
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
@@ -10,6 +11,29 @@
 #include <QMetaEnum>
 #include <QSignalSpy>
 #include <QtTest>
+
+#include <functional>
+#include <memory>
+
+using Preparation = std::function<void(QorInterface&, Publisher&)>;
+Q_DECLARE_METATYPE(Preparation)
+
+namespace {
+
+const auto startLine = "QorInterface::run(): start thread loop"_s;
+
+// All lines but the unit's own trace of the state.
+QStringList linkLines(const LogCapture& log)
+{
+    QStringList texts;
+    for (const LogCapture::Line& line : log.lines()) {
+        if (line.type != QtInfoMsg)
+            texts.append(line.text);
+    }
+    return texts;
+}
+
+} // namespace
 
 class TestQorInterface : public QObject {
     Q_OBJECT
@@ -48,9 +72,7 @@ private slots:
         QCOMPARE(link.host(), "unit"_s);
         QCOMPARE(link.ipAddress(), "192.0.2.20"_s);
         QCOMPARE(journal.entries, QStringList({ "address 192.0.2.20"_s, "host unit"_s }));
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().at(0).type, QtCriticalMsg);
-        QCOMPARE(log.lines().at(0).text, "setHost \"192.0.2.20\" \"unit\""_s);
+        QCOMPARE(log.taggedLines(), QStringList("C setHost \"192.0.2.20\" \"unit\""_s));
     }
 
     void hostWithoutAddressIsNotConnected_data()
@@ -74,8 +96,7 @@ private slots:
         QCOMPARE(link.state(), QorInterface::Disconnected);
         QVERIFY(!link.isRunning());
         QCOMPARE(journal.entries, QStringList({ "host "_s + host, "address "_s, "port 7000"_s }));
-        QCOMPARE(log.lines().size(), 1);
-        QVERIFY(log.contains(QtCriticalMsg, "setHost"_s));
+        QCOMPARE(log.taggedLines(), QStringList("C setHost \"192.0.2.20\" \"%1\""_s.arg(host)));
     }
 
     void announcesEachStepOfAConnect()
@@ -92,16 +113,9 @@ private slots:
                      QStringList({ "host localhost"_s, "address "_s, "address 127.0.0.1"_s,
                                    "port "_s + QString::number(publisher.port()), pendingEntry }));
         QCOMPARE(link.state(), QorInterface::Pending);
-    }
-
-    void keepsQuietOnTheSamePort()
-    {
-        const Publisher publisher;
-        QorInterface link;
-        QVERIFY(!link.connectQor(QString(), publisher.port()));
-        const QSignalSpy ports(&link, &QorInterface::portChanged);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QCOMPARE(ports.count(), 0);
+        // The same port again is not announced.
+        QVERIFY(link.connectQor("localhost"_s, publisher.port()));
+        QCOMPARE(journal.entries.filter("port "_s).size(), 1);
     }
 
     void deliversTexts_data()
@@ -191,6 +205,156 @@ private slots:
         QTRY_COMPARE(received.count(), sent);
         // A millisecond between two receives.
         QVERIFY2(elapsed.elapsed() >= sent - 1, QByteArray::number(elapsed.elapsed()).constData());
+    }
+
+    void goesFromPendingToConnected()
+    {
+        LinkedUnit unit;
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        QVERIFY(unit.monitor());
+        QTRY_COMPARE(journal.entries.count(pendingEntry), 1);
+        QCOMPARE(unit.link.state(), QorInterface::Pending);
+        QCOMPARE(unit.link.stateText(), "Warte auf Verbindung ..."_s);
+        QCOMPARE(log.count(QtDebugMsg, startLine), 1);
+
+        QVERIFY(unit.speak());
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
+        QCOMPARE(unit.link.stateText(), "Verbunden"_s);
+        // A second text changes nothing; the state comes before what the other listeners make of the text.
+        const auto textEntry = QString("text "_s + QString::fromUtf8(statusReport()));
+        QCOMPARE(journal.entries.mid(journal.entries.indexOf(pendingEntry)),
+                 QStringList({ pendingEntry, connectedEntry, textEntry, textEntry }));
+        QVERIFY(unit.link.isRunning());
+        QCOMPARE(unit.link.priority(), QThread::InheritPriority);
+    }
+
+    void stopsOnceFromOutside()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+
+        QElapsedTimer elapsed;
+        elapsed.start();
+        unit.link.disconnectQor();
+        QVERIFY(elapsed.elapsed() >= 100);
+        QVERIFY(unit.link.isFinished());
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        const QStringList expected { disconnectedEntry, "host "_s, "address "_s };
+        QCOMPARE(journal.entries, expected);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+
+        QCoreApplication::processEvents();
+        QCOMPARE(journal.entries, expected);
+        QCOMPARE(linkLines(log), QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s }));
+        QCOMPARE(log.count(QtDebugMsg, "QorInterface::"_s), 2);
+    }
+
+    void leavesAnIdleLinkAlone()
+    {
+        QorInterface link;
+        link.setHost("unit"_s);
+        link.setIpAddress("192.0.2.20"_s);
+        const LinkJournal journal(link);
+        const LogCapture log;
+        link.disconnectQor();
+        QVERIFY(log.lines().isEmpty());
+        QVERIFY(journal.entries.isEmpty());
+        QCOMPARE(link.host(), "unit"_s);
+        QCOMPARE(link.ipAddress(), "192.0.2.20"_s);
+    }
+
+    void announcesEachStepOfAReconnect()
+    {
+        Publisher second;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        QVERIFY(unit.link.connectQor("localhost"_s, second.port()));
+        QTRY_COMPARE(
+            journal.entries,
+            QStringList({ disconnectedEntry, "host "_s, "address "_s, "host localhost"_s,
+                          "address 127.0.0.1"_s, "port "_s + QString::number(second.port()), pendingEntry }));
+        QCOMPARE(linkLines(log),
+                 QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s,
+                               "setHost \"\" \"localhost\""_s, startLine }));
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(second.waitForSubscriber());
+        second.send(statusReport());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+    }
+
+    void followsItsUnit()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QCOMPARE(unit.link.host(), unit.device->host());
+        QCOMPARE(unit.link.port(), unit.publisher.port());
+        unit.device->setMonitored(false);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(unit.link.host().isEmpty());
+        QVERIFY(unit.monitor());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+        unit.device->setHost("localhost"_s);
+        QVERIFY(unit.publisher.waitForSubscriber());
+        QCOMPARE(unit.link.host(), "localhost"_s);
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
+        unit.device->setHost(QString());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(unit.link.isFinished());
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        QVERIFY(unit.link.ipAddress().isEmpty());
+    }
+
+    void survivesAStopBeforeTheLoop()
+    {
+        const Publisher publisher;
+        QorInterface link;
+        const LogCapture log;
+        constexpr int rounds = 20;
+        for (int i = 0; i < rounds; ++i) {
+            QVERIFY(link.connectQor(loopback, publisher.port()));
+            link.disconnectQor();
+            QVERIFY(link.isFinished());
+            QCOMPARE(link.state(), QorInterface::Disconnected);
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(link.state(), QorInterface::Disconnected);
+        for (const QString& line : { startLine, endLine, disconnectLine })
+            QCOMPARE(log.count(QtDebugMsg, line), rounds);
+    }
+
+    void destructionDisconnects_data()
+    {
+        QTest::addColumn<Preparation>("prepare");
+        QTest::newRow("connected") << Preparation([](QorInterface& link, Publisher& publisher) {
+            const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+            publisher.send(statusReport());
+            QTRY_COMPARE(received.count(), 1);
+        });
+        QTest::newRow("pending") << Preparation(
+            [](const QorInterface& link, Publisher&) { QTRY_COMPARE(link.state(), QorInterface::Pending); });
+    }
+
+    void destructionDisconnects()
+    {
+        QFETCH(const Preparation, prepare);
+        Publisher publisher;
+        auto link = std::make_unique<QorInterface>();
+        QVERIFY(connectTo(*link, publisher));
+        prepare(*link, publisher);
+        const LogCapture log;
+        link.reset();
+        QVERIFY(publisher.waitForUnsubscriber());
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        QCOMPARE(log.count(QtDebugMsg, endLine), 1);
     }
 
 private:
