@@ -14,8 +14,12 @@
 #include <QWidget>
 #include <QtTest>
 
+#include <functional>
 #include <memory>
 #include <vector>
+
+using Preparation = std::function<void(QWidget&)>;
+Q_DECLARE_METATYPE(Preparation)
 
 namespace {
 
@@ -194,55 +198,42 @@ private slots:
         QVERIFY(!startAnother());
     }
 
-    void hiddenWindowIsShown()
+    void windowComesToTheFront_data()
     {
-        SingleInstanceApp first(name);
-        QVERIFY(first.init());
-        Window window(first);
-        first.setMainWindow(&window);
-        QVERIFY(!startAnother());
-        QTRY_VERIFY(window.isActiveWindow());
-        QVERIFY(window.isVisible());
-        QVERIFY(!window.isMinimized());
-        QCOMPARE(window.events, QVector<QEvent::Type>({ QEvent::Show, QEvent::ZOrderChange }));
-        // The caller had been dropped by then.
-        QCOMPARE(window.callers, QVector<int> { 0 });
+        QTest::addColumn<Preparation>("prepare");
+        QTest::addColumn<QVector<QEvent::Type>>("events");
+        QTest::newRow("hidden") << Preparation([](QWidget&) {})
+                                << QVector<QEvent::Type> { QEvent::Show, QEvent::ZOrderChange };
+        QTest::newRow("minimised") << Preparation([](QWidget& window) {
+            window.showMinimized();
+            QTRY_VERIFY(window.isMinimized());
+        }) << QVector<QEvent::Type> { QEvent::WindowStateChange, QEvent::ZOrderChange };
+        QTest::newRow("behind another one, maximised") << Preparation([](QWidget& window) {
+            window.showMaximized();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+        }) << QVector<QEvent::Type> { QEvent::WindowStateChange, QEvent::ZOrderChange };
     }
 
-    void minimisedWindowIsShownNormal()
+    void windowComesToTheFront()
     {
+        QFETCH(const Preparation, prepare);
         SingleInstanceApp first(name);
         QVERIFY(first.init());
         Window window(first);
-        window.showMinimized();
-        QTRY_VERIFY(window.isMinimized());
-        first.setMainWindow(&window);
-        window.events.clear();
-        QVERIFY(!startAnother());
-        QTRY_VERIFY(window.events.contains(QEvent::ZOrderChange));
-        QVERIFY(window.isVisible());
-        QCOMPARE(window.windowState() & (Qt::WindowMinimized | Qt::WindowMaximized), Qt::WindowNoState);
-        const int change = window.events.indexOf(QEvent::WindowStateChange);
-        QVERIFY(change >= 0 && change < window.events.indexOf(QEvent::ZOrderChange));
-    }
-
-    void visibleWindowIsActivatedAndRaised()
-    {
-        SingleInstanceApp first(name);
-        QVERIFY(first.init());
-        Window window(first);
-        window.showMaximized();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
+        prepare(window);
         QWidget other;
         other.show();
         QVERIFY(QTest::qWaitForWindowActive(&other));
-        QVERIFY(!window.isActiveWindow());
         first.setMainWindow(&window);
         window.events.clear();
+        window.callers.clear();
         QVERIFY(!startAnother());
         QTRY_VERIFY(window.isActiveWindow());
-        QVERIFY(window.events.contains(QEvent::ZOrderChange));
-        QVERIFY(!window.isMaximized());
+        QVERIFY(window.isVisible());
+        QCOMPARE(window.windowState() & (Qt::WindowMinimized | Qt::WindowMaximized), Qt::WindowNoState);
+        QTEST(window.events, "events");
+        // A caller has been dropped by the time that the window is shown.
+        QCOMPARE(window.callers.count(0), window.callers.size());
     }
 
     void connectionBeforeTheWindowIsDropped()
