@@ -28,6 +28,8 @@ public:
     Device* device(int index);
     // The first unit with exactly this host, letter case included, and this ZeroMQ port; -1 if none.
     int indexOf(const QString& host, int zmqPort) const;
+    // Whether the unit is in the list; it is only compared, so that it may have been deleted.
+    bool contains(const Device* device) const;
 
     // Appends a unit that is neither monitored nor saved yet, and emits listChanged. Null, and nothing
     // changes, when a unit with this host and port exists.
