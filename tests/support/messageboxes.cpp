@@ -35,14 +35,14 @@ void MessageBoxes::click(QMessageBox* box, QMessageBox::StandardButton button)
 }
 
 void MessageBoxes::compareLast(QMessageBox::Icon icon, const QString& title, const QString& text,
-                               const QWidget* parent) const
+                               const QWidget* parent, QMessageBox::StandardButtons buttons) const
 {
     const Box box = last();
     QCOMPARE(box.text, text);
     QCOMPARE(box.title, title);
     QCOMPARE(box.icon, icon);
-    QCOMPARE(box.buttons, QMessageBox::Ok);
-    QCOMPARE(box.defaultButton, QMessageBox::Ok);
+    QCOMPARE(box.buttons, buttons);
+    QCOMPARE(box.defaultButton, buttons == QMessageBox::Ok ? QMessageBox::Ok : QMessageBox::NoButton);
     QCOMPARE(box.parent, parent);
 }
 

@@ -48,9 +48,9 @@ public:
     // An empty one before the first.
     Box last() const { return m_seen.isEmpty() ? Box() : m_seen.last(); }
     QString lastText() const { return last().text; }
-    // Compares the last one with a message box that has nothing but an Ok button.
-    void compareLast(QMessageBox::Icon icon, const QString& title, const QString& text,
-                     const QWidget* parent) const;
+    // Compares the last one with a message box. A lone Ok is to be the default button, others are not.
+    void compareLast(QMessageBox::Icon icon, const QString& title, const QString& text, const QWidget* parent,
+                     QMessageBox::StandardButtons buttons = QMessageBox::Ok) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
