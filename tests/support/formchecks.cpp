@@ -26,9 +26,11 @@ QString policyName(QSizePolicy::Policy policy)
 
 QString describe(const QWidget* widget)
 {
-    for (const char* property : { "text", "title" }) {
-        const QString text = widget->property(property).toString();
-        if (!text.isEmpty())
+    const QMetaObject* meta = widget->metaObject();
+    for (const char* name : { "text", "title" }) {
+        const QMetaProperty property = meta->property(meta->indexOfProperty(name));
+        const QString text = property.read(widget).toString();
+        if (property.isWritable() && !text.isEmpty())
             return "%1 \"%2\""_s.arg(nameOf(widget), text);
     }
     return nameOf(widget);

@@ -65,7 +65,7 @@ public:
     // The requests so far, in order: header lines as they came, the request line first.
     QList<QByteArray> requests() const;
     int requestCount(const QByteArray& name) const;
-    // Sends what is held back: all of it, or byte by byte with the end still held back.
+    // Sends what is held back: all at once, or byte by byte.
     void release();
     void releaseSlowly();
     // Drops the connections that hold something back, and those on which their paths are asked for again.
