@@ -90,25 +90,20 @@ private slots:
         QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
     }
 
-    void returnOnARowLoadsItsUnit_data()
-    {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::newRow("return") << Qt::Key_Return;
-        QTest::newRow("enter") << Qt::Key_Enter;
-    }
-
     void returnOnARowLoadsItsUnit()
     {
-        QFETCH(const Qt::Key, key);
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566, "81"_s);
-        QVERIFY(managed.show());
-        managed.tree()->setFocus();
-        managed.select(unit);
-        QTest::keyClick(managed.tree(), key);
-        QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
-        QVERIFY(!unit->monitored());
+        for (const auto key : { Qt::Key_Return, Qt::Key_Enter }) {
+            m_store.clear();
+            ManagedWindow managed;
+            const Device* unit = managed.add(5566, "81"_s);
+            QVERIFY(managed.show());
+            managed.tree()->setFocus();
+            managed.select(unit);
+            QTest::keyClick(managed.tree(), key);
+            QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
+            QCOMPARE(managed.enabledButtons(), unitLoaded);
+            QVERIFY(!unit->monitored());
+        }
     }
 
     void arrowsMoveTheCurrentRowOnly()
@@ -240,23 +235,18 @@ private slots:
         QCOMPARE(managed.enabledButtons(), nothingLoaded);
     }
 
-    void rowWithoutUnitHasTheListSaved_data()
-    {
-        QTest::addColumn<RowAction>("action");
-        for (const char* button : { "Monitor", "StopMonitor" })
-            QTest::newRow(button) << invoking(button);
-    }
-
     void rowWithoutUnitHasTheListSaved()
     {
-        QFETCH(const RowAction, action);
-        ManagedWindow managed;
-        managed.add()->setWebPort(81);
-        QCOMPARE(storedUnits(), "127.0.0.1:5566 80 http false"_s);
-        QTreeWidgetItem* row = managed.tree()->topLevelItem(0);
-        row->setData(0, Qt::UserRole, QVariant());
-        action(managed, row);
-        QCOMPARE(storedUnits(), "127.0.0.1:5566 81 http false"_s);
+        for (const char* button : { "Monitor", "StopMonitor" }) {
+            m_store.clear();
+            ManagedWindow managed;
+            managed.add()->setWebPort(81);
+            QCOMPARE(storedUnits(), "127.0.0.1:5566 80 http false"_s);
+            QTreeWidgetItem* row = managed.tree()->topLevelItem(0);
+            row->setData(0, Qt::UserRole, QVariant());
+            invoking(button)(managed, row);
+            QCOMPARE(storedUnits(), "127.0.0.1:5566 81 http false"_s);
+        }
     }
 
     void noRowAtAllIsLeftAlone()

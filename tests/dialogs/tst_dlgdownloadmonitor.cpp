@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/dlgdownloadmonitor.h"
 
+#include "support/eventwatch.h"
 #include "support/formchecks.h"
 #include "support/httpserver.h"
 #include "support/literals.h"
@@ -15,28 +16,6 @@
 #include <limits>
 
 namespace {
-
-// Counts one kind of event on its way to an object.
-class EventCounter : public QObject {
-public:
-    EventCounter(QObject* watched, QEvent::Type type)
-        : m_type(type)
-    {
-        watched->installEventFilter(this);
-    }
-    int count() const { return m_count; }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        m_count += event->type() == m_type ? 1 : 0;
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    QEvent::Type m_type;
-    int m_count = 0;
-};
 
 // A download monitor, and transfers for it to show.
 struct Fixture {
@@ -142,9 +121,12 @@ private slots:
         other.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&other));
         QVERIFY(!monitor.isActiveWindow());
-        EventCounter raised(&monitor, QEvent::ZOrderChange);
+        int raised = 0;
+        const EventWatch watch([&](const QObject* receiver, QEvent::Type type) {
+            raised += receiver == &monitor && type == QEvent::ZOrderChange ? 1 : 0;
+        });
         monitor.startMonitoring("second"_s, "folder"_s, nullptr);
-        QCOMPARE(raised.count(), 1);
+        QCOMPARE(raised, 1);
         QTRY_VERIFY(monitor.isActiveWindow());
     }
 

@@ -14,25 +14,38 @@
 
 namespace {
 
-// A downloader with a server, and what it has emitted.
-struct Transfer {
-    explicit Transfer(const QSslConfiguration& security = {})
-        : server(security)
+// With a server to load from, and with what it has emitted.
+class Downloader : public FileDownloader {
+public:
+    explicit Downloader(const QSslConfiguration& security = {})
+        : FileDownloader(nullptr)
+        , server(security)
     {
     }
     void start(const HttpAnswer& answer, const QByteArray& name = "file")
     {
         server.setAnswer(name, answer);
-        QVERIFY(downloader.download(server.url(QString::fromLatin1(name))));
+        QVERIFY(download(server.url(QString::fromLatin1(name))));
     }
     int results() const { return success.count() + failed.count(); }
 
     HttpServer server;
-    FileDownloader downloader { nullptr };
-    QSignalSpy success { &downloader, &FileDownloader::downloadSuccess };
-    QSignalSpy failed { &downloader, &FileDownloader::downloadFailed };
-    QSignalSpy busy { &downloader, &FileDownloader::busyChanged };
+    QSignalSpy success { this, &FileDownloader::downloadSuccess };
+    QSignalSpy failed { this, &FileDownloader::downloadFailed };
+    QSignalSpy busy { this, &FileDownloader::busyChanged };
 };
+
+// Lets the second of two transfers finish, which runs without the busy flag.
+void finishSecond(Downloader& downloader)
+{
+    QVERIFY(!downloader.isBusy());
+    QTRY_COMPARE(downloader.server.requestCount("second"), 1);
+    downloader.server.release();
+    QTRY_COMPARE(downloader.success.count(), 2);
+    QCOMPARE(downloader.downloadedData(), QByteArray("22"));
+    // Up for the first, down at its end; nothing for the second.
+    QCOMPARE(downloader.busy.count(), 2);
+}
 
 // Ends without an error, however much it has announced.
 class EndedReply : public QNetworkReply {
@@ -79,18 +92,17 @@ private slots:
 
     void busyChangesAreAnnouncedOnce()
     {
-        FileDownloader downloader(nullptr);
-        const QSignalSpy changes(&downloader, &FileDownloader::busyChanged);
+        Downloader downloader;
         downloader.setBusy(false);
-        QCOMPARE(changes.count(), 0);
+        QCOMPARE(downloader.busy.count(), 0);
         downloader.setBusy(true);
         downloader.setBusy(true);
         QVERIFY(downloader.isBusy());
         QVERIFY(!downloader.isIdle());
-        QCOMPARE(changes.count(), 1);
+        QCOMPARE(downloader.busy.count(), 1);
         downloader.setBusy(false);
         QVERIFY(!downloader.isBusy());
-        QCOMPARE(changes.count(), 2);
+        QCOMPARE(downloader.busy.count(), 2);
     }
 
     void answers_data()
@@ -147,18 +159,18 @@ private slots:
         QFETCH(const HttpAnswer, answer);
         QFETCH(const bool, succeeds);
         QFETCH(const QByteArray, data);
-        Transfer transfer;
-        transfer.server.setAnswer("elsewhere", HttpAnswer::ok("the redirect was followed"));
-        transfer.start(answer);
-        QVERIFY(transfer.downloader.isBusy());
-        QVERIFY(transfer.downloader.currentReply());
-        QCOMPARE(transfer.busy.count(), 1);
-        QTRY_COMPARE(transfer.results(), 1);
-        QCOMPARE(transfer.success.count(), succeeds ? 1 : 0);
-        QCOMPARE(transfer.downloader.downloadedData(), data);
-        QVERIFY(transfer.downloader.isIdle());
-        QCOMPARE(transfer.busy.count(), 2);
-        QCOMPARE(transfer.server.requestCount("elsewhere"), 0);
+        Downloader downloader;
+        downloader.server.setAnswer("elsewhere", HttpAnswer::ok("the redirect was followed"));
+        downloader.start(answer);
+        QVERIFY(downloader.isBusy());
+        QVERIFY(downloader.currentReply());
+        QCOMPARE(downloader.busy.count(), 1);
+        QTRY_COMPARE(downloader.results(), 1);
+        QCOMPARE(downloader.success.count(), succeeds ? 1 : 0);
+        QCOMPARE(downloader.downloadedData(), data);
+        QVERIFY(downloader.isIdle());
+        QCOMPARE(downloader.busy.count(), 2);
+        QCOMPARE(downloader.server.requestCount("elsewhere"), 0);
     }
 
     void announcedLengthDecides_data()
@@ -173,24 +185,24 @@ private slots:
     {
         QFETCH(const int, announced);
         QFETCH(const bool, succeeds);
-        Transfer transfer;
+        Downloader downloader;
         // The downloader deletes it.
         const QPointer<QNetworkReply> reply(new EndedReply(announced, "only"));
         QCOMPARE(reply->error(), QNetworkReply::NoError);
-        QVERIFY(QMetaObject::invokeMethod(&transfer.downloader, "processFileDownloaded",
+        QVERIFY(QMetaObject::invokeMethod(&downloader, "processFileDownloaded",
                                           Q_ARG(QNetworkReply*, reply.data())));
-        QCOMPARE(transfer.success.count(), succeeds ? 1 : 0);
-        QCOMPARE(transfer.failed.count(), succeeds ? 0 : 1);
-        QCOMPARE(transfer.downloader.downloadedData(), QByteArray("only"));
+        QCOMPARE(downloader.success.count(), succeeds ? 1 : 0);
+        QCOMPARE(downloader.failed.count(), succeeds ? 0 : 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray("only"));
         QTRY_VERIFY(!reply);
     }
 
     void sendsAPlainRequest()
     {
-        Transfer transfer;
-        transfer.start(HttpAnswer::ok("content"));
-        QTRY_COMPARE(transfer.success.count(), 1);
-        const QByteArray request = transfer.server.requests().constFirst().toLower();
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("content"));
+        QTRY_COMPARE(downloader.success.count(), 1);
+        const QByteArray request = downloader.server.requests().constFirst().toLower();
         QVERIFY(request.startsWith("get /qormonitorupdate/file http/1.1\r\n"));
         for (const char* unwanted : { "authorization", "cookie", "range:" })
             QVERIFY2(!request.contains(unwanted), unwanted);
@@ -198,12 +210,12 @@ private slots:
 
     void emptiesTheDataAtTheStart()
     {
-        Transfer transfer;
-        transfer.start(HttpAnswer::ok("content"));
-        QTRY_COMPARE(transfer.success.count(), 1);
-        QVERIFY(!transfer.downloader.downloadedData().isEmpty());
-        transfer.start(HttpAnswer::ok("content").held(3), "slow");
-        QVERIFY(transfer.downloader.downloadedData().isEmpty());
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("content"));
+        QTRY_COMPARE(downloader.success.count(), 1);
+        QVERIFY(!downloader.downloadedData().isEmpty());
+        downloader.start(HttpAnswer::ok("content").held(3), "slow");
+        QVERIFY(downloader.downloadedData().isEmpty());
     }
 
     void unusableAddressFails_data()
@@ -219,40 +231,39 @@ private slots:
     void unusableAddressFails()
     {
         QFETCH(const QUrl, url);
-        Transfer transfer;
-        QVERIFY(transfer.downloader.download(url));
-        QTRY_COMPARE(transfer.failed.count(), 1);
-        QVERIFY(transfer.downloader.isIdle());
+        Downloader downloader;
+        QVERIFY(downloader.download(url));
+        QTRY_COMPARE(downloader.failed.count(), 1);
+        QVERIFY(downloader.isIdle());
     }
 
     void cutConnectionFails()
     {
-        Transfer transfer;
-        transfer.start(HttpAnswer::ok("only a part").held(4));
-        QTRY_COMPARE(transfer.downloader.currentReply()->bytesAvailable(), 4);
-        transfer.server.cut();
-        QTRY_COMPARE(transfer.failed.count(), 1);
-        QCOMPARE(transfer.downloader.downloadedData(), QByteArray("only"));
-        QCOMPARE(transfer.success.count(), 0);
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("only a part").held(4));
+        QTRY_COMPARE(downloader.currentReply()->bytesAvailable(), 4);
+        downloader.server.cut();
+        QTRY_COMPARE(downloader.failed.count(), 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray("only"));
+        QCOMPARE(downloader.success.count(), 0);
     }
 
     void stalledTransferWaits()
     {
-        Transfer transfer;
-        transfer.start(HttpAnswer::ok("in the end").held(2));
-        QTRY_COMPARE(transfer.downloader.currentReply()->bytesAvailable(), 2);
-        QVERIFY(!transfer.success.wait(300));
-        QCOMPARE(transfer.results(), 0);
-        QVERIFY(transfer.downloader.isBusy());
-        transfer.server.release();
-        QTRY_COMPARE(transfer.success.count(), 1);
-        QCOMPARE(transfer.downloader.downloadedData(), QByteArray("in the end"));
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("in the end").held(2));
+        QTRY_COMPARE(downloader.currentReply()->bytesAvailable(), 2);
+        QVERIFY(!downloader.success.wait(300));
+        QCOMPARE(downloader.results(), 0);
+        QVERIFY(downloader.isBusy());
+        downloader.server.release();
+        QTRY_COMPARE(downloader.success.count(), 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray("in the end"));
     }
 
     void reportsBeforeTheBusyFlagIsCleared()
     {
-        Transfer transfer;
-        const FileDownloader& downloader = transfer.downloader;
+        Downloader downloader;
         QStringList order;
         const auto note = [&](const QString& name) {
             return [&order, &downloader, name] {
@@ -264,19 +275,18 @@ private slots:
         connect(&downloader, &FileDownloader::busyChanged, this, note("changed"_s));
         connect(&downloader, &FileDownloader::downloadSuccess, this, note("success"_s));
         connect(&downloader, &FileDownloader::downloadFailed, this, note("failed"_s));
-        transfer.start(HttpAnswer::ok("content"));
+        downloader.start(HttpAnswer::ok("content"));
         QTRY_COMPARE(order.size(), 3);
         QCOMPARE(order, QStringList({ "changed busy reply"_s, "success busy"_s, "changed idle"_s }));
         order.clear();
-        transfer.start(HttpAnswer::status("404 Not Found"));
+        downloader.start(HttpAnswer::status("404 Not Found"));
         QTRY_COMPARE(order.size(), 3);
         QCOMPARE(order, QStringList({ "changed busy reply"_s, "failed busy"_s, "changed idle"_s }));
     }
 
     void isNotIdleInsideTheReport()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
+        Downloader downloader;
         bool idle = true;
         connect(&downloader, &FileDownloader::downloadSuccess, this, [&] {
             // Nothing runs any more, so that only the flag is cleared.
@@ -284,116 +294,99 @@ private slots:
             QVERIFY(!downloader.isBusy());
             idle = downloader.isIdle();
         });
-        transfer.start(HttpAnswer::ok("content"));
-        QTRY_COMPARE(transfer.success.count(), 1);
+        downloader.start(HttpAnswer::ok("content"));
+        QTRY_COMPARE(downloader.success.count(), 1);
         QVERIFY(!idle);
         QVERIFY(downloader.isIdle());
     }
 
     void transferStartedInsideTheReportRunsUnbusy()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
+        Downloader downloader;
         connect(&downloader, &FileDownloader::downloadSuccess, this, [&] {
             if (downloader.downloadedData() == "1")
-                transfer.start(HttpAnswer::ok("22").held(1), "second");
+                downloader.start(HttpAnswer::ok("22").held(1), "second");
         });
-        transfer.start(HttpAnswer::ok("1"));
-        QTRY_COMPARE(transfer.success.count(), 1);
+        downloader.start(HttpAnswer::ok("1"));
+        QTRY_COMPARE(downloader.success.count(), 1);
         QVERIFY(downloader.currentReply());
-        QVERIFY(!downloader.isBusy());
         QVERIFY(!downloader.isIdle());
-        // Up for the first, down at its end; nothing for the second.
-        QCOMPARE(transfer.busy.count(), 2);
-        QTRY_COMPARE(transfer.server.requestCount("second"), 1);
-        transfer.server.release();
-        QTRY_COMPARE(transfer.success.count(), 2);
-        QCOMPARE(downloader.downloadedData(), QByteArray("22"));
-        QCOMPARE(transfer.busy.count(), 2);
+        finishSecond(downloader);
     }
 
     void twoDownloadsInARow()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
-        transfer.start(HttpAnswer::ok("1"), "first");
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("1"), "first");
         const QNetworkReply* forgotten = downloader.currentReply();
-        transfer.start(HttpAnswer::ok("22").held(1), "second");
+        downloader.start(HttpAnswer::ok("22").held(1), "second");
         QVERIFY(downloader.currentReply() != forgotten);
-        QCOMPARE(transfer.busy.count(), 1);
+        QCOMPARE(downloader.busy.count(), 1);
         // The first one reports anyway, and clears the flag.
-        QTRY_COMPARE(transfer.success.count(), 1);
+        QTRY_COMPARE(downloader.success.count(), 1);
         QCOMPARE(downloader.downloadedData(), QByteArray("1"));
-        QVERIFY(!downloader.isBusy());
         QVERIFY(!downloader.currentReply());
-        QTRY_COMPARE(transfer.server.requestCount("second"), 1);
-        transfer.server.release();
-        QTRY_COMPARE(transfer.success.count(), 2);
-        QCOMPARE(downloader.downloadedData(), QByteArray("22"));
-        QCOMPARE(transfer.busy.count(), 2);
+        finishSecond(downloader);
     }
 
     void cancelWhileIdleIsSilent()
     {
-        Transfer transfer;
-        transfer.downloader.cancel();
-        QCOMPARE(transfer.results() + transfer.busy.count(), 0);
+        Downloader downloader;
+        downloader.cancel();
+        QCOMPARE(downloader.results() + downloader.busy.count(), 0);
     }
 
     void cancelReportsAtOnce()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
-        transfer.start(HttpAnswer::ok("content").held(3));
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("content").held(3));
         QTRY_VERIFY(downloader.currentReply()->bytesAvailable() > 0);
         const QPointer<QNetworkReply> reply(downloader.currentReply());
         QNetworkReply::NetworkError error = QNetworkReply::NoError;
         connect(&downloader, &FileDownloader::downloadFailed, this, [&] { error = reply->error(); });
         downloader.cancel();
-        QCOMPARE(transfer.failed.count(), 1);
+        QCOMPARE(downloader.failed.count(), 1);
         QCOMPARE(error, QNetworkReply::OperationCanceledError);
         QVERIFY(!downloader.isBusy());
         QVERIFY(!downloader.currentReply());
-        QCOMPARE(transfer.busy.count(), 2);
+        QCOMPARE(downloader.busy.count(), 2);
         QTRY_VERIFY(!reply);
-        QCOMPARE(transfer.results(), 1);
+        QCOMPARE(downloader.results(), 1);
     }
 
     void cancelTwiceIsHarmless()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
+        Downloader downloader;
         // Once more from inside of the report, and once more after it.
         connect(&downloader, &FileDownloader::downloadFailed, &downloader, &FileDownloader::cancel);
-        transfer.start(HttpAnswer::ok("content").held(3));
+        downloader.start(HttpAnswer::ok("content").held(3));
         downloader.cancel();
         downloader.cancel();
-        QCOMPARE(transfer.results(), 1);
-        QCOMPARE(transfer.busy.count(), 2);
+        QCOMPARE(downloader.results(), 1);
+        QCOMPARE(downloader.busy.count(), 2);
     }
 
     void cancelBeforeTheTransferCouldFailReportsOnce()
     {
-        Transfer transfer;
-        transfer.downloader.download(QUrl());
-        const QPointer<QNetworkReply> reply(transfer.downloader.currentReply());
-        transfer.downloader.cancel();
+        Downloader downloader;
+        downloader.download(QUrl());
+        const QPointer<QNetworkReply> reply(downloader.currentReply());
+        downloader.cancel();
         QTRY_VERIFY(!reply);
-        QCOMPARE(transfer.results(), 1);
-        QCOMPARE(transfer.busy.count(), 2);
+        QCOMPARE(downloader.results(), 1);
+        QCOMPARE(downloader.busy.count(), 2);
     }
 
     void transferStartedInsideTheCancelReportIsKept()
     {
-        Transfer transfer;
-        FileDownloader& downloader = transfer.downloader;
+        Downloader downloader;
         connect(&downloader, &FileDownloader::downloadFailed, this,
-                [&] { transfer.start(HttpAnswer::ok("22"), "second"); });
-        transfer.start(HttpAnswer::ok("1").held(0));
+                [&] { downloader.start(HttpAnswer::ok("22"), "second"); });
+        downloader.start(HttpAnswer::ok("1").held(0));
         downloader.cancel();
-        QCOMPARE(transfer.failed.count(), 1);
+        QCOMPARE(downloader.failed.count(), 1);
         QVERIFY(downloader.currentReply());
-        QTRY_COMPARE(transfer.success.count(), 1);
+        QTRY_COMPARE(downloader.success.count(), 1);
         QCOMPARE(downloader.downloadedData(), QByteArray("22"));
     }
 
@@ -415,12 +408,12 @@ private slots:
         QFETCH(const QStringList, errors);
         QVERIFY(!security.isNull());
         const LogCapture log;
-        Transfer transfer(security);
+        Downloader downloader(security);
         // Twice, since every transfer is to be let through.
         for (int i = 1; i <= 2; ++i) {
-            transfer.start(HttpAnswer::ok("over an encrypted connection"));
-            QTRY_COMPARE(transfer.success.count(), i);
-            QCOMPARE(transfer.downloader.downloadedData(), QByteArray("over an encrypted connection"));
+            downloader.start(HttpAnswer::ok("over an encrypted connection"));
+            QTRY_COMPARE(downloader.success.count(), i);
+            QCOMPARE(downloader.downloadedData(), QByteArray("over an encrypted connection"));
         }
         const QString line = log.find(QtDebugMsg, "processSslErrors "_s);
         for (const QString& error : errors)
@@ -429,9 +422,9 @@ private slots:
         // Not connected to anything.
         QCOMPARE(log.count(QtDebugMsg, "processEncrypted"_s), 0);
         // What fails otherwise still fails.
-        transfer.start(HttpAnswer::status("404 Not Found", "nothing here"), "missing");
-        QTRY_COMPARE(transfer.failed.count(), 1);
-        QCOMPARE(transfer.downloader.downloadedData(), QByteArray("nothing here"));
+        downloader.start(HttpAnswer::status("404 Not Found", "nothing here"), "missing");
+        QTRY_COMPARE(downloader.failed.count(), 1);
+        QCOMPARE(downloader.downloadedData(), QByteArray("nothing here"));
     }
 
     void errorSlotNeedsNoReply()

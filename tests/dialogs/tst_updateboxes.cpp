@@ -17,6 +17,22 @@ namespace {
 const HttpAnswer installer = HttpAnswer::ok("#!/bin/sh\n");
 const HttpAnswer heldInstaller = HttpAnswer::ok(QByteArray(1000, 'x')).held(400);
 
+Preparation describing(const HttpAnswer& description)
+{
+    return [description](UpdateFixture& fixture) { fixture.publish(description); };
+}
+
+Preparation offering(const HttpAnswer& answer, const QByteArray& fileName = "setup.exe")
+{
+    return [answer, fileName](UpdateFixture& fixture) { fixture.offer(answer, fileName); };
+}
+
+void offerWithAFullDisk(UpdateFixture& fixture)
+{
+    fixture.offer(installer);
+    QVERIFY(QFile::link("/dev/full"_s, fixture.folder.filePath("setup.exe"_s)));
+}
+
 // Answers as a user does who goes no further, and ends the program.
 void closeAndQuit(QMessageBox* box)
 {
@@ -56,56 +72,35 @@ private slots:
                             const QString& text, bool ofTheDialog, bool always) {
             QTest::newRow(name) << prepare << icon << text << ofTheDialog << always;
         };
-        using Fixture = UpdateFixture;
+        const auto newer = HttpAnswer::ok(updateDescription("1.05", "setup.exe"));
         const auto noVersion = "#Keine Version von QorMonitor verfügbar!"_s;
-        row(
-            "no description",
-            [](Fixture& fixture) {
-                fixture.publish(HttpAnswer::status("404 Not Found", updateDescription("1.05", "f")));
-            },
+        row("no description", describing(HttpAnswer::status("404 Not Found", newer.body())),
             QMessageBox::Warning,
             "#Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"_s, false,
             false);
-        row(
-            "description elsewhere",
-            [](Fixture& fixture) {
-                fixture.server.setAnswer("f", HttpAnswer::ok(updateDescription("1.05", "f")));
-                fixture.publish(HttpAnswer::status("301 Moved").with("Location: /QorMonitorUpdate/f"));
-            },
+        // Nobody looks there.
+        row("description elsewhere",
+            describing(HttpAnswer::status("301 Moved").with("Location: /QorMonitorUpdate/f")),
             QMessageBox::Information, noVersion, false, false);
-        row(
-            "incomplete description", [](Fixture& fixture) { fixture.publishText("nothing"); },
-            QMessageBox::Information, noVersion, false, false);
-        row(
-            "nothing newer", [](Fixture& fixture) { fixture.publish("0"); }, QMessageBox::Information,
-            "#Keine neue Version von QorMonitor verfügbar!"_s, false, false);
-        row(
-            "question", [](Fixture& fixture) { fixture.publish("1.05"); }, QMessageBox::Question,
+        row("incomplete description", describing(HttpAnswer::ok("nothing")), QMessageBox::Information,
+            noVersion, false, false);
+        row("nothing newer", describing(HttpAnswer::ok(updateDescription("0", "setup.exe"))),
+            QMessageBox::Information, "#Keine neue Version von QorMonitor verfügbar!"_s, false, false);
+        row("question", describing(newer), QMessageBox::Question,
             "#Eine neue Version 1.05 von QorMonitor ist verfügbar.\n"
             "Möchten Sie diese Version herunterladen?"_s,
             false, true);
         const auto notLoaded = "#Fehler beim Download der Update Datei\nsetup.exe!"_s;
-        row(
-            "no installer",
-            [](Fixture& fixture) { fixture.offer(HttpAnswer::status("404 Not Found", "page")); },
-            QMessageBox::Critical, notLoaded, false, true);
-        row(
-            "busy server", [](Fixture& fixture) { fixture.offer(HttpAnswer::status("503 Busy", "page")); },
-            QMessageBox::Critical, notLoaded, false, true);
+        for (const char* status : { "404 Not Found", "503 Busy" })
+            row(status, offering(HttpAnswer::status(status, "page")), QMessageBox::Critical, notLoaded, false,
+                true);
         const auto notSaved = "#Fehler beim Speichern der Datei\n%1!\nGrund: %2."_s;
-        row(
-            "bad file name", [](Fixture& fixture) { fixture.offer(installer, "below/setup.exe"); },
-            QMessageBox::Critical, notSaved.arg("#Unzulässiger Dateiname \"below/setup.exe\""_s), true, true);
-        row(
-            "full disk",
-            [](Fixture& fixture) {
-                fixture.offer(installer);
-                QVERIFY(QFile::link("/dev/full"_s, fixture.folder.filePath("setup.exe"_s)));
-            },
-            QMessageBox::Critical, notSaved.arg("No space left on device"_s), true, true);
-        row(
-            "saved", [](Fixture& fixture) { fixture.offer(installer); }, QMessageBox::Information,
-            "#Download erfolgreich abgeschlossen!"_s, true, true);
+        row("bad file name", offering(installer, "below/setup.exe"), QMessageBox::Critical,
+            notSaved.arg("#Unzulässiger Dateiname \"below/setup.exe\""_s), true, true);
+        row("full disk", offerWithAFullDisk, QMessageBox::Critical, notSaved.arg("No space left on device"_s),
+            true, true);
+        row("saved", offering(installer), QMessageBox::Information, "#Download erfolgreich abgeschlossen!"_s,
+            true, true);
     }
 
     void boxes()
@@ -203,13 +198,8 @@ private slots:
     {
         QTest::addColumn<Preparation>("prepare");
         QTest::addColumn<int>("requests");
-        const auto row = [](const char* name, const Preparation& prepare, int requests) {
-            QTest::newRow(name) << prepare << requests;
-        };
-        row(
-            "description", [](UpdateFixture& fixture) { fixture.publish(heldInstaller); }, 1);
-        row(
-            "installer", [](UpdateFixture& fixture) { fixture.offer(heldInstaller); }, 2);
+        QTest::newRow("description") << describing(heldInstaller) << 1;
+        QTest::newRow("installer") << offering(heldInstaller) << 2;
     }
 
     void programEndsDuringATransfer()
