@@ -52,9 +52,7 @@ void FileDownloader::cancel()
     // to be forgotten in its place.
     if (QNetworkReply* aborted = std::exchange(m_reply, nullptr))
         aborted->abort();
-    // A transfer that has been started inside of the report keeps its flag.
-    if (!m_reply)
-        setBusy(false);
+    setBusy(false);
 }
 
 void FileDownloader::processFileDownloaded(QNetworkReply* pReply)

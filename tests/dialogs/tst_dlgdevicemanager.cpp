@@ -244,30 +244,24 @@ private slots:
         }
     }
 
-    void portsSortAsNumbers_data()
-    {
-        QTest::addColumn<int>("column");
-        QTest::newRow("QOR port") << 2;
-        QTest::newRow("web port") << 3;
-    }
-
     void portsSortAsNumbers()
     {
-        QFETCH(const int, column);
         ManagedWindow managed;
         for (const int port : { 9, 10000, 80, 443, 0 })
             managed.add(port, QString::number(port));
-        managed.tree()->sortItems(column, Qt::AscendingOrder);
-        QCOMPARE(managed.column(column), "0|9|80|443|10000"_s);
-        managed.tree()->sortItems(column, Qt::DescendingOrder);
-        QCOMPARE(managed.column(column), "10000|443|80|9|0"_s);
+        for (const int column : { 2, 3 }) {
+            managed.tree()->sortItems(column, Qt::AscendingOrder);
+            QCOMPARE(managed.column(column), "0|9|80|443|10000"_s);
+            managed.tree()->sortItems(column, Qt::DescendingOrder);
+            QCOMPARE(managed.column(column), "10000|443|80|9|0"_s);
+        }
     }
 
     void portsReadTheSameEverywhere_data()
     {
         QTest::addColumn<QLocale>("locale");
-        // With points between the thousands, with another minus, with other digits.
-        for (const char* name : { "de_DE", "sv_SE", "ar_EG" })
+        // With another minus, and with other digits.
+        for (const char* name : { "sv_SE", "ar_EG" })
             QTest::newRow(name) << QLocale(QLatin1String(name));
     }
 

@@ -227,12 +227,9 @@ private slots:
     void namesOutsideTheFolder_data()
     {
         QTest::addColumn<QByteArray>("name");
-        QTest::newRow("folder above") << QByteArray("..");
-        QTest::newRow("the folder itself") << QByteArray(".");
-        QTest::newRow("path upwards") << QByteArray("../escaped.exe");
-        QTest::newRow("path downwards") << QByteArray("below/setup.exe");
-        QTest::newRow("path with backslashes") << QByteArray("..\\escaped.exe");
-        QTest::newRow("drive") << QByteArray("C:escaped.exe");
+        for (const char* name :
+             { "..", ".", "../escaped.exe", "below/setup.exe", "..\\escaped.exe", "C:escaped.exe" })
+            QTest::newRow(name) << QByteArray(name);
     }
 
     void namesOutsideTheFolder()

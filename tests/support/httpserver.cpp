@@ -27,41 +27,6 @@ HttpAnswer HttpAnswer::status(const QByteArray& status, const QByteArray& body)
     return answer;
 }
 
-HttpAnswer HttpAnswer::with(const QByteArray& headerLine) const
-{
-    HttpAnswer answer = *this;
-    answer.m_head += headerLine + "\r\n";
-    return answer;
-}
-
-HttpAnswer HttpAnswer::claiming(int length) const
-{
-    HttpAnswer answer = *this;
-    answer.m_length = length;
-    return answer;
-}
-
-HttpAnswer HttpAnswer::withoutLength() const
-{
-    HttpAnswer answer = *this;
-    answer.m_announced = false;
-    return answer;
-}
-
-HttpAnswer HttpAnswer::held(int from) const
-{
-    HttpAnswer answer = *this;
-    answer.m_heldFrom = from;
-    return answer;
-}
-
-HttpAnswer HttpAnswer::trickled(int pieceSize) const
-{
-    HttpAnswer answer = *this;
-    answer.m_pieceSize = pieceSize;
-    return answer;
-}
-
 QByteArray HttpAnswer::head() const
 {
     if (!m_announced)

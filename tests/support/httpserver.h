@@ -18,21 +18,30 @@ public:
     static HttpAnswer status(const QByteArray& status, const QByteArray& body = {});
 
     // With a further header line, given without its line end.
-    HttpAnswer with(const QByteArray& headerLine) const;
+    HttpAnswer with(const QByteArray& line) const
+    {
+        return changed(&HttpAnswer::m_head, m_head + line + "\r\n");
+    }
     // The header announces this many bytes instead of the body's own, or nothing: then the end of the
     // connection ends the body.
-    HttpAnswer claiming(int length) const;
-    HttpAnswer withoutLength() const;
+    HttpAnswer claiming(int length) const { return changed(&HttpAnswer::m_length, length); }
+    HttpAnswer withoutLength() const { return changed(&HttpAnswer::m_announced, false); }
     // From this byte on the body waits for the server's release(), releaseSlowly() or cut().
-    HttpAnswer held(int from) const;
+    HttpAnswer held(int from) const { return changed(&HttpAnswer::m_heldFrom, from); }
     // Sent in pieces of this size with a short pause between them.
-    HttpAnswer trickled(int pieceSize) const;
+    HttpAnswer trickled(int pieceSize) const { return changed(&HttpAnswer::m_pieceSize, pieceSize); }
 
     QByteArray body() const { return m_body; }
 
 private:
     friend class HttpServer;
 
+    template <typename Value> HttpAnswer changed(Value HttpAnswer::*member, Value value) const
+    {
+        HttpAnswer answer = *this;
+        answer.*member = value;
+        return answer;
+    }
     QByteArray head() const;
 
     QByteArray m_head;
