@@ -201,6 +201,8 @@ private slots:
         loadInstaller(fixture, QByteArray(size, 'x'));
         compareSaveError(fixture, reason);
         QCOMPARE(fixture.folder.entries(), left);
+        // The link went, not what it leads to.
+        QVERIFY(QFile::exists("/dev/full"_s));
     }
 
     void fileThatIsNotBegunStays()
