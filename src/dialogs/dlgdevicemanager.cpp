@@ -92,13 +92,10 @@ void DlgDeviceManager::rebuildList()
     const DeviceList* list = m_mainWindow->deviceList();
     for (int i = 0; i < list->count(); ++i) {
         Device* device = list->at(i);
-        // A row must not outlive its unit with the pointer in it.
-        connect(device, &QObject::destroyed, this, &DlgDeviceManager::forgetDevice, Qt::UniqueConnection);
         auto* row = new DeviceItem({ device->host(), device->ipAddress(), QString::number(device->zmqPort()),
                                      QString::number(device->webPort()), device->webScheme(),
                                      device->qorName(), device->stateText() });
-        bindDevice(row, device);
-        m_ui->treeWidget->addTopLevelItem(row);
+        addDeviceRow(m_ui->treeWidget, row, device);
     }
     updateActions();
 }
@@ -270,9 +267,4 @@ bool DlgDeviceManager::isListed(const Device* device) const
             return true;
     }
     return false;
-}
-
-void DlgDeviceManager::forgetDevice(QObject* device)
-{
-    unbindDevice(m_ui->treeWidget, device);
 }

@@ -60,7 +60,6 @@ private:
     void showDuplicateWarning();
     void setCurrentMonitored(bool on);
     bool isListed(const Device* device) const;
-    void forgetDevice(QObject* device);
 
     std::unique_ptr<Ui::DlgDeviceManager> m_ui;
     MainWinQorMonitor* m_mainWindow;
