@@ -32,7 +32,7 @@ void verifyFailureBox(const UpdateFixture& fixture)
     QCOMPARE(box.title, "QorMonitor"_s);
     QCOMPARE(box.text, failed);
     QCOMPARE(box.buttons, QMessageBox::Ok);
-    QCOMPARE(box.defaultKind, QMessageBox::Ok);
+    QCOMPARE(box.defaultButton, QMessageBox::Ok);
     QCOMPARE(box.parent, fixture.dialog->parentWidget());
 }
 } // namespace

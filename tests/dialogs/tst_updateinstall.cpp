@@ -87,7 +87,7 @@ private slots:
         QCOMPARE(box.title, "Anwendung aktualisieren"_s);
         QCOMPARE(box.text, "Download erfolgreich abgeschlossen!"_s);
         QCOMPARE(box.buttons, QMessageBox::Ok);
-        QCOMPARE(box.defaultKind, QMessageBox::Ok);
+        QCOMPARE(box.defaultButton, QMessageBox::Ok);
         QCOMPARE(box.parent, fixture.dialog.get());
     }
 

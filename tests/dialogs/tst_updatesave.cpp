@@ -28,7 +28,7 @@ void verifyErrorBox(const UpdateFixture& fixture, const QString& reason)
     QCOMPARE(box.title, "Anwendung aktualisieren"_s);
     QCOMPARE(box.text, "Fehler beim Speichern der Datei\n"_s + reason + "!\nGrund: %2."_s);
     QCOMPARE(box.buttons, QMessageBox::Ok);
-    QCOMPARE(box.defaultKind, QMessageBox::Ok);
+    QCOMPARE(box.defaultButton, QMessageBox::Ok);
     QCOMPARE(box.parent, fixture.dialog.get());
 }
 
