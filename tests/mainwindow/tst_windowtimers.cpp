@@ -2,42 +2,31 @@
 // The two timers that the main window starts.
 #include "base/version.h"
 #include "support/eventwatch.h"
+#include "support/httpserver.h"
 #include "support/literals.h"
 #include "support/windowtest.h"
 
 #include <QGroupBox>
 #include <QNetworkProxy>
 #include <QSettings>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTimer>
 #include <QtTest>
 
-// A web proxy that counts what is asked of it and grants nothing, so that no test leaves this machine.
+// A web proxy that grants nothing, so that no test leaves this machine, and knows what it was asked.
 class RefusingProxy {
 public:
     RefusingProxy()
     {
-        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { take(); });
-        if (m_server.listen(QHostAddress::LocalHost))
-            QNetworkProxy::setApplicationProxy(
-                { QNetworkProxy::HttpProxy, "127.0.0.1"_s, m_server.serverPort() });
+        const QUrl place(m_server.baseUrl());
+        QNetworkProxy::setApplicationProxy(
+            { QNetworkProxy::HttpProxy, place.host(), static_cast<quint16>(place.port()) });
     }
     ~RefusingProxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
     Q_DISABLE_COPY_MOVE(RefusingProxy)
-    QList<QByteArray> m_requests;
+    QList<QByteArray> requests() const { return m_server.requests(); }
 
 private:
-    void take()
-    {
-        QTcpSocket* socket = m_server.nextPendingConnection();
-        QObject::connect(socket, &QTcpSocket::readyRead, &m_server, [this, socket] {
-            m_requests << socket->readLine().trimmed();
-            socket->write("HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n");
-            socket->disconnectFromHost();
-        });
-    }
-    QTcpServer m_server;
+    HttpServer m_server;
 };
 
 class TestWindowTimers : public WindowTest {
@@ -76,12 +65,12 @@ private slots:
         restart();
         QElapsedTimer elapsed;
         elapsed.start();
-        QTRY_COMPARE(proxy.m_requests.size(), 1);
+        QTRY_COMPARE(proxy.requests().size(), 1);
         // A coarse timer of two seconds.
         QVERIFY2(elapsed.elapsed() >= 1850, qPrintable(QString::number(elapsed.elapsed())));
-        QVERIFY(proxy.m_requests.first().contains(QUrl(updateBaseUrl()).host().toLatin1()));
+        QVERIFY(proxy.requests().first().contains(QUrl(updateBaseUrl()).host().toLatin1()));
         QTest::qWait(2500);
-        QCOMPARE(proxy.m_requests.size(), 1);
+        QCOMPARE(proxy.requests().size(), 1);
     }
 
     void switchedOffCheckAsksNobody()
@@ -89,7 +78,7 @@ private slots:
         const RefusingProxy proxy;
         restart();
         QTest::qWait(2500);
-        QVERIFY(proxy.m_requests.isEmpty());
+        QVERIFY(proxy.requests().isEmpty());
     }
 };
 
