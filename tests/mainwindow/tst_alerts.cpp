@@ -18,7 +18,15 @@
 
 namespace {
 const auto soundKey = "UseAudio"_s;
+int plays = 0;
 } // namespace
+
+// Takes the place of Qt's, which tells nobody whether it starts a sound or plays a ringing one anew.
+void QSound::play()
+{
+    ++plays;
+    findChild<QSoundEffect*>()->play();
+}
 
 class TestAlerts : public WindowTest {
     Q_OBJECT
@@ -62,15 +70,13 @@ private slots:
 
     void secondAlertDoesNotRestart()
     {
+        const int before = plays;
         ring();
         QVERIFY(rings());
-        auto* effect = m_window->alarmSound().findChild<QSoundEffect*>();
-        const QSignalSpy playing(effect, &QSoundEffect::playingChanged);
-        const QSignalSpy loops(effect, &QSoundEffect::loopsRemainingChanged);
+        QCOMPARE(plays, before + 1);
         raiseAlert();
         QVERIFY(rings());
-        QCOMPARE(playing.count(), 0);
-        QCOMPARE(loops.count(), 0);
+        QCOMPARE(plays, before + 1);
     }
 
     void lastFlagGoneSilences()
