@@ -11,10 +11,11 @@ _arguments = None
 
 
 def main():
-    """Runs the calling module's tests. Usage: test_NAME.py PROGRAM [unittest's arguments]"""
+    """Runs the calling module's tests. Usage: test_NAME.py PROGRAM SIMULATOR [unittest's arguments]"""
     global _arguments
     parser = argparse.ArgumentParser()
     parser.add_argument("program", help="the monitor's executable")
+    parser.add_argument("simulator", help="the unit simulator's executable")
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     _arguments, rest = parser.parse_known_args()
     unittest.main(module="__main__", argv=[sys.argv[0], *rest], verbosity=2)
@@ -31,10 +32,12 @@ class DesktopTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         from session import Session
+
         cls.session = Session()
         cls.addClassCleanup(cls.session.close)
         # Only now: these read the session's addresses from the environment.
         from widgets import PopupWatch
+
         cls.desktop = cls.session.desktop
         cls.popups = PopupWatch()
         cls.addClassCleanup(cls.popups.close)
@@ -48,12 +51,14 @@ class DesktopTest(unittest.TestCase):
 
     def make_unit(self, name="QOR-1"):
         from unit import Unit
-        unit = Unit(name)
+
+        unit = Unit(self.session, _arguments.simulator, name)
         self.addCleanup(unit.close)
         return unit
 
     def make_monitor(self):
         from monitor import Monitor
+
         monitor = Monitor(self.session, program())
         self.addCleanup(monitor.close)
         return monitor
@@ -61,6 +66,7 @@ class DesktopTest(unittest.TestCase):
     def start_with(self, units, general=None):
         """The program with these units, once all of them are connected."""
         from monitor import device_settings
+
         monitor = self.make_monitor()
         monitor.write_settings(general, device_settings(units))
         monitor.start()
@@ -69,6 +75,7 @@ class DesktopTest(unittest.TestCase):
 
     def record(self):
         from sound import Recording
+
         recording = Recording(self.session)
         self.addCleanup(recording.close)
         return recording
@@ -76,6 +83,7 @@ class DesktopTest(unittest.TestCase):
     def open_tray_menu(self):
         """Its entries' places by name, after a real right click on the icon."""
         from widgets import click_spots
+
         self.popups.shown.clear()
         # Too soon after the last click it would be a double click.
         self.session.await_idle()
@@ -89,10 +97,12 @@ class DesktopTest(unittest.TestCase):
     def tray_icon(self):
         """Where the icon is, once the tray has come to rest: it grows and moves for every icon."""
         from processes import wait_until
+
         readings = []
 
         def settled():
             readings.append(self.desktop.tray_icon())
             return len(readings) >= SETTLED_READINGS and len(set(readings[-SETTLED_READINGS:])) == 1
+
         wait_until(lambda: settled() and readings[-1], 10, "the icon is in the tray")
         return readings[-1]

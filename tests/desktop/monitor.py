@@ -16,9 +16,16 @@ MANAGER_TITLE = "QorMonitor - Geräteverwaltung"
 
 def device_settings(units):
     """One group for each unit, as the device manager writes them."""
-    return {f"Device{index}": {"Host": "127.0.0.1", "ZmqPort": unit.port, "WebPort": 80, "WebScheme": "http",
-                               "Monitored": "true"}
-            for index, unit in enumerate(units)}
+    return {
+        f"Device{index}": {
+            "Host": "127.0.0.1",
+            "ZmqPort": unit.port,
+            "WebPort": 80,
+            "WebScheme": "http",
+            "Monitored": "true",
+        }
+        for index, unit in enumerate(units)
+    }
 
 
 class Monitor:
@@ -54,8 +61,13 @@ class Monitor:
 
     def start(self, wait_window=True, **env):
         self._process = self.session.processes.start(
-            [self._program], {**self.session.env, **env}, stderr=subprocess.PIPE, text=True,
-            encoding="utf-8", errors="replace")
+            [self._program],
+            {**self.session.env, **env},
+            stderr=subprocess.PIPE,
+            text=True,
+            encoding="utf-8",
+            errors="replace",
+        )
         self.log = LogReader(self._process.stderr)
         if wait_window:
             self.window(MAIN_TITLE, seconds=15)
@@ -118,8 +130,9 @@ class Monitor:
         return widgets.find(self.window(MAIN_TITLE), "tree")
 
     def wait_message(self, text, seconds=10):
-        return wait_until(lambda: [row for row in self.messages() if row[2] == text], seconds,
-                          f"message {text!r}")
+        return wait_until(
+            lambda: [row for row in self.messages() if row[2] == text], seconds, f"message {text!r}"
+        )
 
     def wait_connected(self, count=1):
         wait_until(lambda: self.log.count("QorInterface::Connected") >= count, 10, "all units are connected")

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Writes pictures of every window, with long texts, at 100 % and at 200 %.
 
-Usage: screenshots.py PROGRAM FOLDER"""
+Usage: screenshots.py PROGRAM SIMULATOR FOLDER"""
 
 import contextlib
 import os
@@ -11,21 +11,24 @@ import sys
 from monitor import MAIN_TITLE, MANAGER_TITLE, Monitor, device_settings
 from processes import wait_until
 from session import Session
-from unit import Unit, warning
+from unit import Unit
 from updateserver import UpdateServer
 
 SCREEN = (1400, 900)
 LONG_NAME = "QOR Wasserwerk Nord, Pumpenhaus 3, Schaltschrank 12"
-LONG_TEXT = ("Füllstand im Vorratsbehälter der Dosieranlage 2 liegt seit mehr als 30 Minuten unter dem "
-             "eingestellten Grenzwert von 15 %; bitte umgehend nachfüllen und quittieren")
+LONG_TEXT = (
+    "Füllstand im Vorratsbehälter der Dosieranlage 2 liegt seit mehr als 30 Minuten unter dem "
+    "eingestellten Grenzwert von 15 %; bitte umgehend nachfüllen und quittieren"
+)
 LONG_INSTALLER = "QorMonitor-1.05-Installationsprogramm-mit-allen-Bibliotheken-x64.sh"
 DESCRIPTION = f'VersionNo="1.05"\nVersionDate="01. Apr 2025"\nmingw32_x64FileName="{LONG_INSTALLER}"\n'
 
 
 class Gallery:
-    def __init__(self, program, folder, scale):
+    def __init__(self, program, simulator, folder, scale):
         self.scale = scale
         self.folder = folder
+        self.simulator = simulator
         self.stack = contextlib.ExitStack()
         self.session = Session(tuple(length * scale for length in SCREEN))
         self.stack.callback(self.session.close)
@@ -34,14 +37,19 @@ class Gallery:
         self.stack.callback(self.monitor.close)
 
     def unit(self, name):
-        unit = Unit(name)
+        unit = Unit(self.session, self.simulator, name)
         self.stack.callback(unit.close)
         return unit
 
     def start(self, units, env):
         groups = device_settings(units)
-        groups[f"Device{len(units)}"] = {"Host": "127.0.0.1", "ZmqPort": 9, "WebPort": 65535,
-                                         "WebScheme": "https", "Monitored": "true"}
+        groups[f"Device{len(units)}"] = {
+            "Host": "127.0.0.1",
+            "ZmqPort": 9,
+            "WebPort": 65535,
+            "WebScheme": "https",
+            "Monitored": "true",
+        }
         self.monitor.write_settings({"UseAudio": "false"}, groups)
         self.monitor.start(QT_SCALE_FACTOR=str(self.scale), **env)
         self.monitor.wait_connected(len(units))
@@ -111,13 +119,14 @@ class Gallery:
         return self.server.environment
 
 
-def take(program, folder, scale):
-    gallery = Gallery(program, folder, scale)
+def take(program, simulator, folder, scale):
+    gallery = Gallery(program, simulator, folder, scale)
     with gallery.stack:
         gallery.session.start_tray()
         unit = gallery.unit(LONG_NAME)
         other = gallery.unit("QOR-2")
-        unit.report(warning(LONG_TEXT), warning("Füllstand niedrig"))
+        unit.warn(LONG_TEXT)
+        unit.warn("Füllstand niedrig")
         other.send_unknown_command()
         gallery.start([unit, other], gallery.start_server())
         gallery.monitor.log.wait("QOR Wasserwerk")
@@ -128,14 +137,16 @@ def take(program, folder, scale):
 
 
 def main():
-    program, folder, *scales = sys.argv[1:]
+    program, simulator, folder, *scales = sys.argv[1:]
     if not scales:
         os.makedirs(folder, exist_ok=True)
         # The accessibility library stays with its first session: one process for each scale.
         for scale in ("1", "2"):
-            subprocess.run([sys.executable, "-B", __file__, program, folder, scale], check=True, timeout=120)
+            subprocess.run(
+                [sys.executable, "-B", __file__, program, simulator, folder, scale], check=True, timeout=120
+            )
         return
-    take(program, folder, int(scales[0]))
+    take(program, simulator, folder, int(scales[0]))
 
 
 if __name__ == "__main__":

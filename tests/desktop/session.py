@@ -35,7 +35,7 @@ echo "$*" >>"{directory}/opened"
 
 
 def isolate_network():
-    """Leaves this process and its children alone with a loopback device of their own, where that is allowed."""
+    """Leaves this process and its children alone with a loopback device of their own, if it may."""
     libc = ctypes.CDLL(None, use_errno=True)
     if os.geteuid() != 0 or libc.unshare(_CLONE_NEWNET) != 0:
         return False
@@ -105,16 +105,36 @@ class Session:
         self.run("openbox", "--sm-disable")
         with open(self.path("pulse.pa"), "w", encoding="ascii") as script:
             script.write(_PULSE_SCRIPT.format(directory=self.directory))
-        self.run("pulseaudio", "-n", "-F", self.path("pulse.pa"), "--daemonize=no", "--exit-idle-time=-1",
-                 "--use-pid-file=no", "--disable-shm=yes")
+        self.run(
+            "pulseaudio",
+            "-n",
+            "-F",
+            self.path("pulse.pa"),
+            "--daemonize=no",
+            "--exit-idle-time=-1",
+            "--use-pid-file=no",
+            "--disable-shm=yes",
+        )
         wait_until(lambda: os.path.exists(self.path("pulse.sock")), 10, "sound server")
         self.desktop = Desktop(self.env["DISPLAY"])
         wait_until(self.desktop.window_manager_runs, 10, "window manager")
 
     def _start_display(self):
         read_end, write_end = os.pipe()
-        self.run("Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{self._screen[0]}x{self._screen[1]}x24",
-                 "-dpi", "96", "-nolisten", "tcp", "-noreset", pass_fds=(write_end,))
+        self.run(
+            "Xvfb",
+            "-displayfd",
+            str(write_end),
+            "-screen",
+            "0",
+            f"{self._screen[0]}x{self._screen[1]}x24",
+            "-dpi",
+            "96",
+            "-nolisten",
+            "tcp",
+            "-noreset",
+            pass_fds=(write_end,),
+        )
         os.close(write_end)
         with os.fdopen(read_end, encoding="ascii") as pipe:
             number = pipe.readline().strip()
@@ -126,8 +146,21 @@ class Session:
         return self.processes.start(command, self.env, **options)
 
     def start_tray(self):
-        self.tray = self.run("trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
-                             "--height", "24", "--SetDockType", "true", "--expand", "false")
+        self.tray = self.run(
+            "trayer",
+            "--edge",
+            "top",
+            "--align",
+            "right",
+            "--widthtype",
+            "request",
+            "--height",
+            "24",
+            "--SetDockType",
+            "true",
+            "--expand",
+            "false",
+        )
 
     def stop_tray(self):
         if self.tray:
@@ -149,8 +182,9 @@ class Session:
     def xdotool(self, *words):
         """Real input; returns the moment just before it, and leaves the one just after it in last_input."""
         before = time.monotonic()
-        subprocess.run(["xdotool", *map(str, words)], env=self.env, check=True, timeout=10,
-                       stdout=subprocess.DEVNULL)
+        subprocess.run(
+            ["xdotool", *map(str, words)], env=self.env, check=True, timeout=10, stdout=subprocess.DEVNULL
+        )
         self.last_input = time.monotonic()
         return before
 

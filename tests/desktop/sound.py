@@ -20,9 +20,18 @@ class Recording:
     def __init__(self, session):
         self._session = session
         self.windows = []
-        self._process = session.run("parec", "-d", "test.monitor", "--raw", "--format=s16le",
-                                    f"--rate={_RATE}", "--channels=1", "--latency-msec=20",
-                                    stdout=-1, bufsize=0)
+        self._process = session.run(
+            "parec",
+            "-d",
+            "test.monitor",
+            "--raw",
+            "--format=s16le",
+            f"--rate={_RATE}",
+            "--channels=1",
+            "--latency-msec=20",
+            stdout=-1,
+            bufsize=0,
+        )
         self._thread = threading.Thread(target=self._read, daemon=True)
         self._thread.start()
         wait_until(lambda: len(self.windows) > 2, 10, "the recording runs")
@@ -53,9 +62,11 @@ class Recording:
 
     def wait_silent(self, seconds=5, still=0.5):
         """Waits until nothing was heard for a while; returns when the last loud window came."""
+
         def silent():
             recent = self._since(time.monotonic() - still)
             return len(recent) >= 3 and all(peak < _LOUD for _, peak in recent)
+
         wait_until(silent, seconds, "the alarm is silent")
         return self.last_loud()
 

@@ -28,9 +28,12 @@ class AlarmTest(desktoptest.DesktopTest):
         return alert
 
     def recover(self):
-        self.unit.report()
-        wait_until(lambda: all(row[2] != "QOR Version inkompatibel" for row in self.monitor.messages()), 5,
-                   "the unit is compatible again")
+        self.unit.speak()
+        wait_until(
+            lambda: all(row[2] != "QOR Version inkompatibel" for row in self.monitor.messages()),
+            5,
+            "the unit is compatible again",
+        )
 
     def assert_ends_after(self, moment):
         """The input that silences lies between the moment and the session's last input."""
@@ -61,7 +64,7 @@ class AlarmTest(desktoptest.DesktopTest):
         sound = self.record()
         sound.wait_silent()
         seen = len(monitor.log.lines)
-        unit.fall_silent()
+        unit.silence()
         alert = monitor.log.wait("QorInterface::Disconnected", SILENCE_INTERVAL_SECONDS + 3, seen)
         self.assertLessEqual(sound.wait_loud(alert) - alert, ONSET_SECONDS)
         monitor.wait_message("Verbindung getrennt")
@@ -93,11 +96,17 @@ class AlarmTest(desktoptest.DesktopTest):
     def test_switching_sound_off_silences_and_is_stored(self):
         self.start_ringing()
         self.assert_ends_after(self.monitor.click_menu("Einstellungen", "Warnton bei neuen Meldungen"))
-        wait_until(lambda: self.monitor.read_settings()["General"].get("UseAudio") == "false", 5,
-                   "the setting is stored")
+        wait_until(
+            lambda: self.monitor.read_settings()["General"].get("UseAudio") == "false",
+            5,
+            "the setting is stored",
+        )
         self.monitor.click_menu("Einstellungen", "Warnton bei neuen Meldungen")
-        wait_until(lambda: self.monitor.read_settings()["General"].get("UseAudio") == "true", 5,
-                   "the setting is stored")
+        wait_until(
+            lambda: self.monitor.read_settings()["General"].get("UseAudio") == "true",
+            5,
+            "the setting is stored",
+        )
         self.assertTrue(self.sound.stays_silent(2), "a pending alarm started")
         self.recover()
         self.ring_again()
@@ -115,7 +124,6 @@ class AlarmTest(desktoptest.DesktopTest):
         self.assertTrue(sound.stays_silent(2), "rang although sound is off")
 
     def test_new_warning_of_a_connected_unit_does_not_ring(self):
-        from unit import warning
         unit = self.make_unit()
         monitor = self.start_with([unit])
         sound = self.record()
@@ -123,7 +131,7 @@ class AlarmTest(desktoptest.DesktopTest):
         monitor.click_tool("Fenster minimieren")
         wait_until(lambda: not self.desktop.is_shown("QorMonitor"), 5, "the window is hidden")
         self.session.await_idle()
-        unit.report(warning("Füllstand niedrig"))
+        unit.warn("Füllstand niedrig")
         self.assertTrue(sound.stays_silent(3), "a warning alone rang")
         stays(lambda: not self.desktop.is_shown("QorMonitor"), 0.2, "the window is hidden")
         self.session.click(*self.tray_icon())

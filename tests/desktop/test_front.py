@@ -24,10 +24,13 @@ class FrontTest(desktoptest.DesktopTest):
 
     def recover(self):
         seen = len(self.monitor.log.lines)
-        self.unit.report()
+        self.unit.speak()
         self.monitor.wait_message("Verbindung hergestellt")
-        wait_until(lambda: not any(row[2] == "QOR Version inkompatibel" for row in self.monitor.messages()),
-                   5, "the unit is compatible again")
+        wait_until(
+            lambda: not any(row[2] == "QOR Version inkompatibel" for row in self.monitor.messages()),
+            5,
+            "the unit is compatible again",
+        )
         return seen
 
     def hide_window(self):
@@ -70,8 +73,11 @@ class FrontTest(desktoptest.DesktopTest):
         wait_until(lambda: not self.desktop.is_shown(MAIN_TITLE), 5, "the window is hidden")
         wait_until(lambda: self.desktop.active() == dialog, 5, f"{dialog!r} is in use still")
         self.raise_alert()
-        stays(lambda: self.desktop.active() == dialog and not self.desktop.is_shown(MAIN_TITLE), 1.0,
-              f"{dialog!r} stays in use")
+        stays(
+            lambda: self.desktop.active() == dialog and not self.desktop.is_shown(MAIN_TITLE),
+            1.0,
+            f"{dialog!r} stays in use",
+        )
 
     def test_key_typed_as_the_window_comes_up_changes_nothing(self):
         sound = self.record()
@@ -89,9 +95,14 @@ class FrontTest(desktoptest.DesktopTest):
                 self.assertGreater(windows, 15)
                 self.assertEqual(gaps, 0, "the key silenced the alarm")
                 self.assertEqual(self.session.opened(), [], "the key opened a web page")
-                self.assertEqual([widgets.name(window) for window in
-                                  widgets.children(self.monitor.application())
-                                  if widgets.has_state(window, "showing")], [MAIN_TITLE])
+                self.assertEqual(
+                    [
+                        widgets.name(window)
+                        for window in widgets.children(self.monitor.application())
+                        if widgets.has_state(window, "showing")
+                    ],
+                    [MAIN_TITLE],
+                )
                 self.desktop.uncover()
                 self.recover()
 

@@ -53,6 +53,7 @@ class LifecycleTest(desktoptest.DesktopTest):
 
     def make_second(self):
         from monitor import Monitor
+
         return Monitor(self.session, desktoptest.program()).start(wait_window=False)
 
 

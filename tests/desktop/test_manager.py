@@ -52,7 +52,7 @@ class ManagerTest(desktoptest.DesktopTest):
             self.session.keys("ctrl+a", "Delete")
             if text:
                 self.session.type(text)
-        wait_until(lambda: self.entries()[:len(texts)] == list(texts), 5, f"the fields hold {texts}")
+        wait_until(lambda: self.entries()[: len(texts)] == list(texts), 5, f"the fields hold {texts}")
 
     def select(self, row):
         """A click on the row, which loads the unit into the fields."""
@@ -63,17 +63,24 @@ class ManagerTest(desktoptest.DesktopTest):
 
     def wait_stored(self, *expected):
         """Waits until the settings file holds exactly these units: (host, QOR port, web port, scheme)."""
+
         def stored():
-            return [(group["Host"], int(group["ZmqPort"]), int(group["WebPort"]), group["WebScheme"])
-                    for group in self.monitor.devices()]
+            return [
+                (group["Host"], int(group["ZmqPort"]), int(group["WebPort"]), group["WebScheme"])
+                for group in self.monitor.devices()
+            ]
+
         try:
             wait_until(lambda: stored() == list(expected), 5, "the units are stored")
         except AssertionError:
             self.assertEqual(stored(), list(expected))
 
     def wait_monitored(self, *expected):
-        wait_until(lambda: [group["Monitored"] == "true" for group in self.monitor.devices()]
-                   == list(expected), 5, f"stored as monitored: {expected}")
+        wait_until(
+            lambda: [group["Monitored"] == "true" for group in self.monitor.devices()] == list(expected),
+            5,
+            f"stored as monitored: {expected}",
+        )
 
     def test_added_unit_is_stored_and_the_fields_are_reset(self):
         self.open_with()
@@ -103,8 +110,11 @@ class ManagerTest(desktoptest.DesktopTest):
         box = widgets.find(self.monitor.application(), "label", DUPLICATE_TEXT)
         self.assertTrue(widgets.has_state(box, "showing"))
         self.session.keys("Return")
-        wait_until(lambda: not widgets.find_all(self.monitor.application(), "label", DUPLICATE_TEXT), 5,
-                   "the box is closed")
+        wait_until(
+            lambda: not widgets.find_all(self.monitor.application(), "label", DUPLICATE_TEXT),
+            5,
+            "the box is closed",
+        )
         self.assertEqual(self.entries()[:2], ["127.0.0.1", str(unit.port)])
         self.assertEqual(len(self.monitor.devices()), 1)
 
@@ -159,8 +169,11 @@ class ManagerTest(desktoptest.DesktopTest):
         for field in self.fields():
             self.monitor.click(field)
             self.session.keys("Return", "KP_Enter")
-        stays(lambda: self.desktop.stacking().count(MANAGER_TITLE) == 1 and self.monitor.devices() == before,
-              0.7, "nothing happens")
+        stays(
+            lambda: self.desktop.stacking().count(MANAGER_TITLE) == 1 and self.monitor.devices() == before,
+            0.7,
+            "nothing happens",
+        )
         self.assertEqual(self.entries(), ["127.0.0.1", "6001", "80", "http"])
 
     def test_row_is_loaded_by_the_keyboard(self):
@@ -192,8 +205,14 @@ class ManagerTest(desktoptest.DesktopTest):
         unit = self.make_unit()
         self.open_with(unit)
         self.select(0)
-        order = ["tree", *BUTTONS, *(f"field {number}" for number in range(4)), "Ändern", "Hinzufügen",
-                 "Schließen"]
+        order = [
+            "tree",
+            *BUTTONS,
+            *(f"field {number}" for number in range(4)),
+            "Ändern",
+            "Hinzufügen",
+            "Schließen",
+        ]
         for expected in [*order[1:], order[0]]:
             self.session.keys("Tab")
             wait_until(lambda: self.focus_name() == expected, 3, f"Tab leads to {expected!r}")

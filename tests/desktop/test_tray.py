@@ -5,8 +5,18 @@ import desktoptest
 import widgets
 from processes import stays, wait_until
 
-MENU = ["Monitor öffnen", "-", "Warnton bei neuen Meldungen", "Meldungen bestätigen", "-",
-        "Geräteverwaltung ...", "Über QorMonitor ...", "-", "Fenster minimieren", "Beenden"]
+MENU = [
+    "Monitor öffnen",
+    "-",
+    "Warnton bei neuen Meldungen",
+    "Meldungen bestätigen",
+    "-",
+    "Geräteverwaltung ...",
+    "Über QorMonitor ...",
+    "-",
+    "Fenster minimieren",
+    "Beenden",
+]
 EXIT_SECOND_INSTANCE = 254
 
 
@@ -71,8 +81,11 @@ class TrayTest(desktoptest.DesktopTest):
 
     def sound_entry_is_checked(self):
         self.open_tray_menu()
-        entry = next(child for child in widgets.children(self.tray_menu)
-                     if widgets.name(child) == "Warnton bei neuen Meldungen")
+        entry = next(
+            child
+            for child in widgets.children(self.tray_menu)
+            if widgets.name(child) == "Warnton bei neuen Meldungen"
+        )
         checked = widgets.has_state(entry, "checked")
         self.session.keys("Escape")
         wait_until(lambda: not widgets.has_state(self.tray_menu, "showing"), 5, "the menu is closed")
@@ -114,6 +127,7 @@ class TrayTest(desktoptest.DesktopTest):
 
     def second_start(self):
         from monitor import Monitor
+
         second = Monitor(self.session, desktoptest.program())
         second.start(wait_window=False)
         code = second.wait_exit(5)

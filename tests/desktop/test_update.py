@@ -13,7 +13,7 @@ from updateserver import UpdateServer
 QUESTION = "Eine neue Version 1.05 von QorMonitor ist verfügbar.\nMöchten Sie diese Version herunterladen?"
 INSTALLER = "QorMonitor-1.05.sh"
 DESCRIPTION = f'VersionNo="1.05"\nVersionDate="01. Apr 2025"\nmingw32_x64FileName="{INSTALLER}"\n'
-# Leaves a mark, outlives the monitor, leaves another mark. Filled up, so that its transfer takes several parts.
+# Leaves a mark, outlives the monitor, leaves another mark. Filled up, so that it is transferred in parts.
 SCRIPT = """\
 #!/bin/sh
 echo $$ >"{directory}/begun"
@@ -49,8 +49,11 @@ class UpdateTest(desktoptest.DesktopTest):
 
     def answer(self, button):
         """Clicks the button of the box that is open."""
-        boxes = [window for window in widgets.children(self.monitor.application())
-                 if widgets.role(window) in ("dialog", "alert") and widgets.has_state(window, "active")]
+        boxes = [
+            window
+            for window in widgets.children(self.monitor.application())
+            if widgets.role(window) in ("dialog", "alert") and widgets.has_state(window, "active")
+        ]
         self.assertTrue(boxes, "no box is open")
         self.monitor.click(widgets.find(boxes[0], "push button", button))
 
@@ -80,6 +83,7 @@ class UpdateTest(desktoptest.DesktopTest):
         def received():
             value, end = widgets.progress(bar)
             return value if end == len(self.installer) and 0 < value < end else 0
+
         first = wait_until(received, 5, "the progress is shown")
         wait_until(lambda: received() > first, 5, "the progress goes on")
 
@@ -97,6 +101,7 @@ class UpdateTest(desktoptest.DesktopTest):
                     return file.read() == mark
             except FileNotFoundError:
                 return False
+
         wait_until(finished, 5, "the installer went on after the monitor's end")
 
     def test_declined_update_loads_nothing(self):

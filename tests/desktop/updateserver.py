@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The update server, reached as the program's proxy: the shipped executable runs as it is, with its own URL.
 
-The toolkit follows the environment's proxy settings, so the server takes every host's connections on a
+Qt follows the environment's proxy settings, so the server takes every host's connections on a
 loopback port that the system chose. Its certificate is of its own making, which the program accepts."""
 
 import http.server
@@ -32,9 +32,29 @@ class UpdateServer:
     @staticmethod
     def _certificate(session):
         key, certificate = session.path("server.key"), session.path("server.crt")
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
-                        "/CN=localhost", "-keyout", key, "-out", certificate], env=session.env, check=True,
-                       timeout=30, stdin=subprocess.DEVNULL, capture_output=True)
+        subprocess.run(
+            [
+                "openssl",
+                "req",
+                "-x509",
+                "-newkey",
+                "rsa:2048",
+                "-nodes",
+                "-days",
+                "1",
+                "-subj",
+                "/CN=localhost",
+                "-keyout",
+                key,
+                "-out",
+                certificate,
+            ],
+            env=session.env,
+            check=True,
+            timeout=30,
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+        )
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate, key)
         return context

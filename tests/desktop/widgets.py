@@ -26,9 +26,11 @@ class PopupWatch:
 
     def wait(self, seconds=5):
         """The menu that came up last and is still there."""
+
         def visible():
             _deliver_events()
             return next((menu for menu in reversed(self.shown) if has_state(menu, "showing")), None)
+
         return wait_until(visible, seconds, "a menu has come up")
 
     def close(self):
@@ -94,8 +96,11 @@ def descendants(widget, depth=12):
 
 def find_all(widget, wanted_role, wanted_name=None):
     try:
-        return [found for found in descendants(widget)
-                if role(found) == wanted_role and wanted_name in (None, name(found))]
+        return [
+            found
+            for found in descendants(widget)
+            if role(found) == wanted_role and wanted_name in (None, name(found))
+        ]
     except GLib.Error:
         return []  # Something was just being destroyed.
 
@@ -103,6 +108,7 @@ def find_all(widget, wanted_role, wanted_name=None):
 def find(widget, wanted_role, wanted_name=None, seconds=5):
     def first():
         return next(iter(find_all(widget, wanted_role, wanted_name)), None)
+
     return wait_until(first, seconds, f"{wanted_role} {wanted_name!r}")
 
 
@@ -122,8 +128,10 @@ def middle(widget):
 
 def _read_rows(tree):
     columns = Atspi.Table.get_n_columns(tree)
-    return [tuple(name(Atspi.Table.get_accessible_at(tree, row, column)) for column in range(columns))
-            for row in range(Atspi.Table.get_n_rows(tree))]
+    return [
+        tuple(name(Atspi.Table.get_accessible_at(tree, row, column)) for column in range(columns))
+        for row in range(Atspi.Table.get_n_rows(tree))
+    ]
 
 
 def rows(tree):
@@ -140,6 +148,7 @@ def rows(tree):
             return True
         last[:] = [reading]
         return False
+
     wait_until(settled, 5, "two equal readings of a list")
     return last[0]
 
@@ -155,14 +164,17 @@ def focused(window):
     widgets = list(descendants(window))
     direct = next((widget for widget in widgets if has_state(widget, "focused")), None)
     # A list tells of its current cell only, and does so without the focus too: it comes last.
-    return direct or next((widget for widget in widgets if role(widget) == "tree" and _has_current(widget)),
-                          None)
+    return direct or next(
+        (widget for widget in widgets if role(widget) == "tree" and _has_current(widget)), None
+    )
 
 
 def _has_current(tree):
-    return any(has_state(Atspi.Table.get_accessible_at(tree, row, column), "focused")
-               for row in range(Atspi.Table.get_n_rows(tree))
-               for column in range(Atspi.Table.get_n_columns(tree)))
+    return any(
+        has_state(Atspi.Table.get_accessible_at(tree, row, column), "focused")
+        for row in range(Atspi.Table.get_n_rows(tree))
+        for column in range(Atspi.Table.get_n_columns(tree))
+    )
 
 
 def click_spots(menu):

@@ -34,8 +34,10 @@ class Desktop:
         return bytes(value).decode(errors="replace") if isinstance(value, (bytes, bytearray)) else str(value)
 
     def _managed(self):
-        return [self._display.create_resource_object("window", number)
-                for number in self._property(self._root, "_NET_CLIENT_LIST_STACKING")]
+        return [
+            self._display.create_resource_object("window", number)
+            for number in self._property(self._root, "_NET_CLIENT_LIST_STACKING")
+        ]
 
     def stacking(self):
         """Titles of the shown windows of the task bar, the topmost last."""
@@ -112,12 +114,23 @@ class Desktop:
     def cover(self, title="Cover"):
         """Puts a window of the user's other work over everything and gives it the focus."""
         screen = self._display.screen()
-        window = self._root.create_window(0, 40, screen.width_in_pixels, screen.height_in_pixels - 40, 0,
-                                          screen.root_depth, background_pixel=screen.white_pixel)
+        window = self._root.create_window(
+            0,
+            40,
+            screen.width_in_pixels,
+            screen.height_in_pixels - 40,
+            0,
+            screen.root_depth,
+            background_pixel=screen.white_pixel,
+        )
         window.set_wm_name(title)
         window.set_wm_normal_hints(flags=Xutil.USPosition | Xutil.USSize)
-        window.change_property(self._display.intern_atom("_NET_WM_USER_TIME"), Xatom.CARDINAL, 32,
-                               [int(time.monotonic() * 1000) & 0xFFFFFFFF])
+        window.change_property(
+            self._display.intern_atom("_NET_WM_USER_TIME"),
+            Xatom.CARDINAL,
+            32,
+            [int(time.monotonic() * 1000) & 0xFFFFFFFF],
+        )
         window.map()
         self._display.sync()
         self._covers.append(window)

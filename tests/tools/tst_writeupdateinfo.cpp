@@ -1,242 +1,190 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/updateinfo.h"
+#include "support/literals.h"
 
 #include <QtTest>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-// Runs the tool that writes update descriptions and reads what it wrote as the program does.
+// Runs the script that writes update descriptions and reads what it wrote as the program does.
 class TestWriteUpdateInfo : public QObject {
     Q_OBJECT
 
 private slots:
-    void programReadsWhatIsWritten_data();
-    void programReadsWhatIsWritten();
-    void writesBesideTheInstallerByDefault();
-    void todayIsTheDefaultDate();
-    void badArguments_data();
-    void badArguments();
-    void installerIsNotOverwritten_data();
-    void installerIsNotOverwritten();
-    void failedRunKeepsTheOldDescription();
-    void folderThatCannotBeWritten();
-};
-
-namespace {
-
-const auto infoName = QStringLiteral("QorMonitorUpdate.info");
-
-struct Result {
-    int code = -1;
-    QByteArray error;
-};
-
-Result runTool(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(WRITE_UPDATE_INFO), arguments);
-    if (!process.waitForFinished(20000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return { process.exitCode(), process.readAllStandardError() };
-}
-
-QByteArray read(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool write(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-bool touch(const QString& path)
-{
-    return write(path, {});
-}
-
-struct Info {
-    explicit Info(const QByteArray& bytes)
+    void init()
     {
-        parseUpdateInfo(QString::fromUtf8(bytes), QStringLiteral("mingw32_x64"), versionNo, versionDate,
-                        fileName);
+        m_directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(write(m_installer, "installer"));
     }
-    QString versionNo;
-    QString versionDate;
-    QString fileName;
+
+    void programReadsWhatIsWritten_data()
+    {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("plain") << "1.05"_s
+                               << "setup-1.05.exe"_s;
+        QTest::newRow("whole number") << "2"_s
+                                      << "setup.exe"_s;
+        QTest::newRow("blanks and umlauts") << "1.10"_s
+                                            << "Größe 2.exe"_s;
+    }
+
+    void programReadsWhatIsWritten()
+    {
+        QFETCH(const QString, version);
+        QFETCH(const QString, name);
+        const QString output = "other.info"_s;
+        QVERIFY(write(name, {}));
+        QCOMPARE(run({ "--version"_s, version, "--date"_s, m_date, "--output"_s, path(output), path(name) }),
+                 0);
+        const Info info(read(output));
+        QCOMPARE(info.versionNo, version);
+        QCOMPARE(info.versionDate, m_date);
+        QCOMPARE(info.fileName, name);
+        QVERIFY(!QFile::exists(path(m_description)));
+    }
+
+    void writesBesideTheInstallerByDefault()
+    {
+        // The next release replaces it.
+        for (const QString& version : { m_version, "1.06"_s }) {
+            QCOMPARE(run({ "--version"_s, version, path(m_installer) }), 0);
+            QCOMPARE(Info(read(m_description)).fileName, m_installer);
+            QCOMPARE(Info(read(m_description)).versionNo, version);
+        }
+    }
+
+    void todayIsTheDefaultDate()
+    {
+        const auto today = [] { return QLocale::c().toString(QDate::currentDate(), "dd. MMM yyyy"_s); };
+        const QString before = today();
+        QCOMPARE(run({ "--version"_s, m_version, path(m_installer) }), 0);
+        const QString date = Info(read(m_description)).versionDate;
+        QVERIFY2(date == before || date == today(), qPrintable(date));
+    }
+
+    void badArguments_data()
+    {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("date");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("no version") << QString() << m_date << m_installer;
+        // Arabic digits are digits to the script's language, but not to the program.
+        for (const char* text : { "next", "1.0.5", "1,05", "0.0", "inf", "\u0661.\u0662" })
+            QTest::addRow("version %s", text) << QString::fromUtf8(text) << m_date << m_installer;
+        for (const char* text :
+             { "2026-03-05", "31. Feb 2026", "05. Foo 2026", "05. Okt 2026", "\u06605. Mar 2026" })
+            QTest::addRow("date %s", text) << m_version << QString::fromUtf8(text) << m_installer;
+        for (const char* text : { "missing/setup.exe", ".", "a\"b.exe", "a\\b.exe", "a:b.exe", "a\nb.exe",
+                                  "a?b.exe", "a%20b.exe", "a#b.exe" })
+            QTest::addRow("installer %s", text) << m_version << m_date << QString::fromUtf8(text);
+    }
+
+    void badArguments()
+    {
+        QFETCH(const QString, version);
+        QFETCH(const QString, date);
+        QFETCH(const QString, name);
+        write(name, {});
+        QStringList arguments { "--date"_s, date, "--output"_s, path(m_description), path(name) };
+        if (!version.isNull())
+            arguments += { "--version"_s, version };
+        QCOMPARE(run(arguments), 2);
+        QVERIFY(!QFile::exists(path(m_description)));
+    }
+
+    void installerIsNotOverwritten_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("output");
+        QTest::newRow("installer named as the output") << m_installer << m_installer;
+        QTest::newRow("link to the installer") << m_installer << "link.info"_s;
+        QTest::newRow("description given as the installer") << m_description << m_description;
+    }
+
+    void installerIsNotOverwritten()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const QString, output);
+        QVERIFY(write(name, "installer"));
+        QVERIFY(QFile::link(path(name), path("link.info"_s)));
+        QStringList arguments { "--version"_s, m_version, path(name) };
+        // Without the option the description has its own name.
+        if (output != m_description)
+            arguments += { "--output"_s, path(output) };
+        QCOMPARE(run(arguments), 2);
+        QCOMPARE(read(name), QByteArray("installer"));
+    }
+
+    void failedRunKeepsTheOldDescription()
+    {
+        // No text in any encoding that a description could have.
+        const QByteArray installer = QFile::encodeName(m_directory->path()) + "/b\xff.exe";
+        const int file = ::open(installer.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+        QVERIFY(file != -1);
+        ::close(file);
+        QVERIFY(write(m_description, "old"));
+        // Through the shell, since a QString cannot carry the name.
+        const int code
+            = run({ "-c"_s, "exec \"$0\" --version 1.05 b*.exe"_s, QStringLiteral(WRITE_UPDATE_INFO) },
+                  "/bin/sh"_s);
+        // The directory would not find it by this name either.
+        QCOMPARE(::unlink(installer.constData()), 0);
+        QCOMPARE(code, 2);
+        QCOMPARE(read(m_description), QByteArray("old"));
+    }
+
+    void folderThatCannotBeWritten()
+    {
+        QCOMPARE(run({ "--version"_s, m_version, "--output"_s, path("missing/x.info"_s), path(m_installer) }),
+                 2);
+    }
+
+private:
+    struct Info {
+        explicit Info(const QByteArray& bytes)
+        {
+            parseUpdateInfo(QString::fromUtf8(bytes), "mingw32_x64"_s, versionNo, versionDate, fileName);
+        }
+        QString versionNo;
+        QString versionDate;
+        QString fileName;
+    };
+
+    QString path(const QString& name) const { return m_directory->filePath(name); }
+
+    QByteArray read(const QString& name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    bool write(const QString& name, const QByteArray& bytes) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    }
+
+    // The exit code; -1 when the script does not end, or fails without saying why in its own words.
+    int run(const QStringList& arguments, const QString& program = QStringLiteral(WRITE_UPDATE_INFO)) const
+    {
+        QProcess process;
+        process.setWorkingDirectory(m_directory->path());
+        process.start(program, arguments);
+        if (!process.waitForFinished(20000) || process.exitStatus() != QProcess::NormalExit)
+            return -1;
+        const QByteArray error = process.readAllStandardError();
+        const bool isExplained = error.contains("error:") && !error.contains("Traceback");
+        return process.exitCode() == 0 || isExplained ? process.exitCode() : -1;
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    const QString m_installer = "setup.exe"_s;
+    const QString m_description = "QorMonitorUpdate.info"_s;
+    const QString m_version = "1.05"_s;
+    const QString m_date = "05. Mar 2026"_s;
 };
-
-} // namespace
-
-void TestWriteUpdateInfo::programReadsWhatIsWritten_data()
-{
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("plain") << QStringLiteral("1.05") << QStringLiteral("setup-1.05.exe");
-    QTest::newRow("whole number") << QStringLiteral("2") << QStringLiteral("setup.exe");
-    QTest::newRow("blanks and umlauts") << QStringLiteral("1.10") << QStringLiteral("Größe 2.exe");
-}
-
-void TestWriteUpdateInfo::programReadsWhatIsWritten()
-{
-    QFETCH(const QString, version);
-    QFETCH(const QString, name);
-    const QTemporaryDir directory;
-    QVERIFY(touch(directory.filePath(name)));
-    const QString output = directory.filePath(QStringLiteral("other.info"));
-    const Result result = runTool({ QStringLiteral("--version"), version, QStringLiteral("--date"),
-                                    QStringLiteral("05. Mar 2026"), QStringLiteral("--output"), output,
-                                    directory.filePath(name) });
-    QVERIFY2(result.code == 0, result.error.constData());
-    const Info info(read(output));
-    QCOMPARE(info.versionNo, version);
-    QCOMPARE(info.versionDate, QStringLiteral("05. Mar 2026"));
-    QCOMPARE(info.fileName, name);
-    QVERIFY(!QFile::exists(directory.filePath(infoName)));
-}
-
-void TestWriteUpdateInfo::writesBesideTheInstallerByDefault()
-{
-    const QTemporaryDir directory;
-    const QString installer = directory.filePath(QStringLiteral("setup.exe"));
-    QVERIFY(touch(installer));
-    QCOMPARE(runTool({ QStringLiteral("--version"), QStringLiteral("1.05"), installer }).code, 0);
-    QCOMPARE(Info(read(directory.filePath(infoName))).fileName, QStringLiteral("setup.exe"));
-    // The next release replaces it.
-    QCOMPARE(runTool({ QStringLiteral("--version"), QStringLiteral("1.06"), installer }).code, 0);
-    QCOMPARE(Info(read(directory.filePath(infoName))).versionNo, QStringLiteral("1.06"));
-}
-
-void TestWriteUpdateInfo::todayIsTheDefaultDate()
-{
-    const QTemporaryDir directory;
-    const QString installer = directory.filePath(QStringLiteral("setup.exe"));
-    QVERIFY(touch(installer));
-    const auto today
-        = [] { return QLocale::c().toString(QDate::currentDate(), QStringLiteral("dd. MMM yyyy")); };
-    const QString before = today();
-    QCOMPARE(runTool({ QStringLiteral("--version"), QStringLiteral("1.05"), installer }).code, 0);
-    const QString date = Info(read(directory.filePath(infoName))).versionDate;
-    QVERIFY2(date == before || date == today(), qPrintable(date));
-}
-
-void TestWriteUpdateInfo::badArguments_data()
-{
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("name");
-    const auto version = [](const char* text) {
-        return QStringList { QStringLiteral("--version"), QString::fromLatin1(text) };
-    };
-    const auto date = [&version](const char* text) {
-        return version("1.05") + QStringList { QStringLiteral("--date"), QString::fromLatin1(text) };
-    };
-    const auto good = QStringLiteral("setup.exe");
-    QTest::newRow("no version") << QStringList() << good;
-    QTest::newRow("version is a word") << version("next") << good;
-    QTest::newRow("version with three parts") << version("1.0.5") << good;
-    QTest::newRow("version with a comma") << version("1,05") << good;
-    QTest::newRow("version zero") << version("0.0") << good;
-    QTest::newRow("version not finite") << version("inf") << good;
-    // Digits to this tool, but not to the program.
-    QTest::newRow("version in Arabic digits")
-        << QStringList { QStringLiteral("--version"), QStringLiteral("\u0661.\u0662") } << good;
-    QTest::newRow("date in Arabic digits")
-        << version("1.05") + QStringList { QStringLiteral("--date"), QStringLiteral("\u06605. Mar 2026") }
-        << good;
-    QTest::newRow("date in another form") << date("2026-03-05") << good;
-    QTest::newRow("date that does not exist") << date("31. Feb 2026") << good;
-    QTest::newRow("month that does not exist") << date("05. Foo 2026") << good;
-    QTest::newRow("month in German") << date("05. Okt 2026") << good;
-    QTest::newRow("installer is missing") << version("1.05") << QStringLiteral("missing/setup.exe");
-    QTest::newRow("installer is a folder") << version("1.05") << QStringLiteral(".");
-    QTest::newRow("quote in the name") << version("1.05") << QStringLiteral("a\"b.exe");
-    QTest::newRow("backslash in the name") << version("1.05") << QStringLiteral("a\\b.exe");
-    QTest::newRow("colon in the name") << version("1.05") << QStringLiteral("a:b.exe");
-    QTest::newRow("line break in the name") << version("1.05") << QStringLiteral("a\nb.exe");
-    QTest::newRow("question mark in the name") << version("1.05") << QStringLiteral("a?b.exe");
-    QTest::newRow("percent sign in the name") << version("1.05") << QStringLiteral("a%20b.exe");
-    QTest::newRow("hash sign in the name") << version("1.05") << QStringLiteral("a#b.exe");
-}
-
-void TestWriteUpdateInfo::badArguments()
-{
-    QFETCH(const QStringList, options);
-    QFETCH(const QString, name);
-    const QTemporaryDir directory;
-    const QString output = directory.filePath(infoName);
-    const QString installer = directory.filePath(name);
-    touch(installer);
-    const Result result = runTool(options + QStringList { QStringLiteral("--output"), output, installer });
-    QCOMPARE(result.code, 2);
-    QVERIFY2(result.error.contains("error:"), result.error.constData());
-    QVERIFY(!QFile::exists(output));
-}
-
-void TestWriteUpdateInfo::installerIsNotOverwritten_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("output");
-    QTest::newRow("installer named as the output")
-        << QStringLiteral("setup.exe") << QStringLiteral("setup.exe");
-    QTest::newRow("link to the installer") << QStringLiteral("setup.exe") << QStringLiteral("link.info");
-    QTest::newRow("description given as the installer") << infoName << QString();
-}
-
-void TestWriteUpdateInfo::installerIsNotOverwritten()
-{
-    QFETCH(const QString, name);
-    QFETCH(const QString, output);
-    const QTemporaryDir directory;
-    const QString installer = directory.filePath(name);
-    QVERIFY(write(installer, "installer"));
-    QVERIFY(QFile::link(installer, directory.filePath(QStringLiteral("link.info"))));
-    QStringList arguments { QStringLiteral("--version"), QStringLiteral("1.05"), installer };
-    if (!output.isEmpty())
-        arguments += { QStringLiteral("--output"), directory.filePath(output) };
-    const Result result = runTool(arguments);
-    QCOMPARE(result.code, 2);
-    QVERIFY2(result.error.contains("error:"), result.error.constData());
-    QCOMPARE(read(installer), QByteArray("installer"));
-}
-
-void TestWriteUpdateInfo::failedRunKeepsTheOldDescription()
-{
-    const QTemporaryDir directory;
-    // No text in any encoding that a description could have.
-    const QByteArray installer = QFile::encodeName(directory.path()) + "/b\xff.exe";
-    const int file = ::open(installer.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-    QVERIFY(file != -1);
-    ::close(file);
-    QVERIFY(write(directory.filePath(infoName), "old"));
-    // Through the shell, since a QString cannot carry the name.
-    QProcess shell;
-    shell.setWorkingDirectory(directory.path());
-    shell.start(QStringLiteral("/bin/sh"),
-                { QStringLiteral("-c"), QStringLiteral("exec \"$0\" --version 1.05 b*.exe"),
-                  QStringLiteral(WRITE_UPDATE_INFO) });
-    QVERIFY(shell.waitForFinished(20000));
-    // The directory would not find it by this name either.
-    QCOMPARE(::unlink(installer.constData()), 0);
-    const QByteArray error = shell.readAllStandardError();
-    QVERIFY2(error.contains("error:"), error.constData());
-    QCOMPARE(shell.exitCode(), 2);
-    QCOMPARE(read(directory.filePath(infoName)), QByteArray("old"));
-}
-
-void TestWriteUpdateInfo::folderThatCannotBeWritten()
-{
-    const QTemporaryDir directory;
-    const QString installer = directory.filePath(QStringLiteral("setup.exe"));
-    QVERIFY(touch(installer));
-    const Result result
-        = runTool({ QStringLiteral("--version"), QStringLiteral("1.05"), QStringLiteral("--output"),
-                    directory.filePath(QStringLiteral("missing/x.info")), installer });
-    QCOMPARE(result.code, 2);
-    QVERIFY2(!result.error.contains("Traceback"), result.error.constData());
-}
 
 QTEST_GUILESS_MAIN(TestWriteUpdateInfo)
 #include "tst_writeupdateinfo.moc"

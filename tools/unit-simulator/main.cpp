@@ -1,121 +1,133 @@
 // SPDX-License-Identifier: MIT
-#include "commandinterpreter.h"
-#include "commandline.h"
-#include "endsignals.h"
-#include "inputreader.h"
-#include "linesplitter.h"
-#include "scenarioplayer.h"
+#include "inputerror.h"
+#include "scenario.h"
 #include "simulator.h"
 
-#include <QCoreApplication>
+#include <QCommandLineParser>
 
-#include <cstdio>
-#include <exception>
+#include <cstdlib>
+#include <iostream>
+#include <thread>
 
 namespace {
-void print(std::FILE* stream, const QString& text)
-{
-    const QByteArray bytes = text.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    // Whoever reads the lines waits for them. Without a reader there is nobody to play for.
-    if (std::fflush(stream) != 0)
-        QCoreApplication::exit(1);
-}
+constexpr int inputErrorCode = 2;
 
 void say(const QString& line)
 {
-    print(stdout, line);
+    // Whoever reads the lines waits for them.
+    std::cout << line.toStdString() << std::endl;
 }
 
-int complain(const QString& text)
+QString description()
 {
-    print(stderr, QStringLiteral("unit-simulator: ") + text);
-    return usageExitCode;
+    return QStringLiteral(
+               "Plays QORweb II units: each publishes its reports over ZeroMQ and has a web page.\n"
+               "Prints \"unit KEY ready zmq=ADDRESS:PORT web=ADDRESS:PORT\" for each unit once it can be\n"
+               "reached, and then answers each command of standard input with \"ok\" or \"error ...\".\n"
+               "Exit codes: 0 after quit or the end of standard input, 2 when the arguments or the\n"
+               "scenario are wrong or a port cannot be had.\n\nCommands:\n")
+        + Simulator::help();
 }
 
-void processLine(CommandInterpreter& interpreter, const LineSplitter::Line& line)
+// The scenario of the arguments; it says whether to stay.
+Scenario readArguments(bool& stay)
 {
-    if (!line)
-        say(QStringLiteral("error a command is one line of UTF-8 with at most %1 bytes")
-                .arg(LineSplitter::longestLine));
-    else if (!line->trimmed().isEmpty() && !line->startsWith(QLatin1Char('#')))
-        say(interpreter.execute(*line));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(description());
+    const QCommandLineOption helpOption({ QStringLiteral("h"), QStringLiteral("help") },
+                                        QStringLiteral("Displays this help."));
+    const QCommandLineOption versionOption = parser.addVersionOption();
+    const QCommandLineOption unitOption(
+        QStringLiteral("unit"),
+        QStringLiteral(
+            "Adds a unit, or changes the unit of the scenario with the same key. FIELDS are any of "
+            "key=KEY (unit1, unit2, ...), name=TEXT (the key), port=ZMQPORT (0: the system "
+            "chooses), web=WEBPORT (0), address=IP (127.0.0.1) and interval=MS (1000), with commas "
+            "between. May be given again."),
+        QStringLiteral("FIELDS"));
+    const QCommandLineOption scenarioOption(
+        QStringLiteral("scenario"), QStringLiteral("Takes units and timed commands from a JSON file."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption stayOption(QStringLiteral("stay"),
+                                        QStringLiteral("Goes on when standard input ends."));
+    parser.addOptions({ helpOption, unitOption, scenarioOption, stayOption });
+    if (!parser.parse(QCoreApplication::arguments()))
+        throw InputError(parser.errorText());
+    if (parser.isSet(helpOption))
+        parser.showHelp();
+    if (parser.isSet(versionOption))
+        parser.showVersion();
+    if (!parser.positionalArguments().isEmpty())
+        throw InputError(QStringLiteral("unexpected argument ") + parser.positionalArguments().first());
+
+    stay = parser.isSet(stayOption);
+    Scenario scenario;
+    if (parser.isSet(scenarioOption))
+        scenario = Scenario::fromFile(parser.value(scenarioOption));
+    for (const QString& fields : parser.values(unitOption))
+        scenario.setUnit(fields);
+    if (scenario.units.isEmpty())
+        throw InputError(QStringLiteral("there is no unit: give --unit or --scenario"));
+    return scenario;
 }
 
-std::optional<QString> checkSteps(const Options& options, const CommandInterpreter& interpreter)
+// A mistake in a scenario is better found now than in front of an audience.
+void rehearse(const Scenario& scenario)
 {
-    for (const ScenarioStep& step : options.scenario.steps) {
-        const QString error = interpreter.check(step.command);
-        if (!error.isEmpty())
-            return options.scenarioFile + QStringLiteral(": ") + step.place + QStringLiteral(": ") + error;
+    Simulator rehearsal(scenario);
+    for (const Scenario::Step& step : scenario.steps) {
+        const QString answer = rehearsal.execute(step.command);
+        if (answer != QLatin1String("ok"))
+            throw InputError(step.command + QStringLiteral(": ") + answer);
     }
-    return std::nullopt;
 }
 
-std::unique_ptr<InputReader> readCommands(CommandInterpreter& interpreter, LineSplitter& splitter, bool stay)
+void processInput(Simulator& simulator, const QString& line)
 {
-    auto reader = std::make_unique<InputReader>();
-    QObject::connect(reader.get(), &InputReader::received, &interpreter,
-                     [&interpreter, &splitter](const QByteArray& bytes) {
-                         for (const LineSplitter::Line& line : splitter.feed(bytes))
-                             processLine(interpreter, line);
-                     });
-    QObject::connect(reader.get(), &InputReader::ended, &interpreter, [&interpreter, &splitter, stay] {
-        for (const LineSplitter::Line& line : splitter.finish())
-            processLine(interpreter, line);
+    if (!line.trimmed().isEmpty() && !line.startsWith(QLatin1Char('#')))
+        say(simulator.execute(line));
+}
+
+// Nothing but a line wakes the thread that reads: it is left behind when the program ends.
+void readInput(Simulator& simulator, bool stay)
+{
+    std::thread([&simulator, stay] {
+        for (std::string line; std::getline(std::cin, line);) {
+            const auto process
+                = [&simulator, line] { processInput(simulator, QString::fromStdString(line)); };
+            QMetaObject::invokeMethod(qApp, process, Qt::QueuedConnection);
+        }
         if (!stay)
-            QCoreApplication::quit();
-    });
-    return reader;
+            QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    }).detach();
 }
 
-int run(const Options& options, bool inputGiven)
+int run()
 {
-    Simulator simulator(options.units);
-    CommandInterpreter interpreter(simulator);
-    if (const std::optional<QString> error = checkSteps(options, interpreter))
-        return complain(*error);
-    if (const std::optional<QString> error = simulator.start())
-        return complain(*error);
+    bool stay = false;
+    const Scenario scenario = readArguments(stay);
+    rehearse(scenario);
 
-    const EndSignals endSignals;
-    QObject::connect(&endSignals, &EndSignals::endRequested, qApp, &QCoreApplication::quit);
-    QObject::connect(&interpreter, &CommandInterpreter::quitRequested, qApp, &QCoreApplication::quit);
-    QObject::connect(&simulator, &Simulator::announced, &interpreter, say);
-    ScenarioPlayer player(options.scenario);
-    QObject::connect(&player, &ScenarioPlayer::due, &interpreter, [&interpreter](const ScenarioStep& step) {
-        say(QStringLiteral("step ") + QString::number(static_cast<double>(step.atMs) / 1000)
-            + QLatin1Char(' ') + interpreter.execute(step.command));
-    });
-
-    for (const auto& unit : simulator.units())
-        say(unit->readyLine());
-    LineSplitter splitter;
-    std::unique_ptr<InputReader> reader;
-    if (inputGiven)
-        reader = readCommands(interpreter, splitter, options.stay);
-    player.start();
+    Simulator simulator(scenario);
+    QObject::connect(&simulator, &Simulator::announced, &simulator, say);
+    QObject::connect(&simulator, &Simulator::quitRequested, qApp, &QCoreApplication::quit);
+    simulator.start();
+    readInput(simulator, stay);
     return QCoreApplication::exec();
 }
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    const bool inputGiven = InputReader::standardInputGiven();
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("unit-simulator"));
     QCoreApplication::setApplicationVersion(QStringLiteral(UNIT_SIMULATOR_VERSION));
+    int code = inputErrorCode;
     try {
-        const auto parsed = parseCommandLine(QCoreApplication::arguments());
-        if (const auto* early = std::get_if<EarlyExit>(&parsed)) {
-            if (early->code != 0)
-                return complain(early->text);
-            say(early->text);
-            return 0;
-        }
-        return run(std::get<Options>(parsed), inputGiven);
-    } catch (const std::exception& error) {
-        print(stderr, QStringLiteral("unit-simulator: ") + QString::fromLocal8Bit(error.what()));
-        return 1;
+        code = run();
+    } catch (const InputError& error) {
+        std::cerr << "unit-simulator: " << error.what() << std::endl;
     }
+    // The thread that reads may still post to the application, so the process ends around both.
+    std::_Exit(code);
 }

@@ -1,36 +1,27 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "unitsettings.h"
+#include "unitserver.h"
 
 #include <QVector>
 
-#include <variant>
-
-struct ScenarioStep {
-    qint64 atMs = 0;
-    QString command;
-    // Where it stands in the file, for messages.
-    QString place;
-};
-
-// Units and what happens to them, as read from a file. The commands are not checked here: only the running
-// units can tell whom they mean.
+// Units and what happens to them. The functions throw InputError.
 struct Scenario {
-    QVector<UnitSettings> units;
+    struct Step {
+        int atMs = 0;
+        QString command;
+    };
+
+    QVector<UnitServer::Settings> units;
     // In the order of their times.
-    QVector<ScenarioStep> steps;
-    // After this time the steps begin again.
-    std::optional<qint64> repeatMs;
-};
+    QVector<Step> steps;
+    // After this time the steps begin again; 0: they do not.
+    int repeatMs = 0;
 
-struct ScenarioError {
-    // With the place in the file.
-    QString text;
+    static Scenario fromJson(const QByteArray& json);
+    static Scenario fromFile(const QString& filePath);
+    // Adds a unit, or changes the one with the same "key".
+    void setUnit(const QJsonObject& fields);
+    // The fields as on the command line: "key=h1,name=Halle 1". A comma may stand in a value.
+    void setUnit(const QString& fields);
 };
-
-std::variant<ScenarioError, Scenario> parseScenario(const QByteArray& json);
-// The error names the file, too.
-std::variant<ScenarioError, Scenario> loadScenario(const QString& filePath);
-// The format and an example, for the help.
-QString scenarioHelp();

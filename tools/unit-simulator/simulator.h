@@ -1,32 +1,36 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "unitrunner.h"
+#include "scenario.h"
 
-#include <memory>
 #include <vector>
 
-// All units of one process, in the order they were given. Main thread.
+// Plays a scenario and carries out commands. Main thread.
 class Simulator : public QObject {
     Q_OBJECT
 
 public:
-    explicit Simulator(const QVector<UnitSettings>& units);
+    explicit Simulator(const Scenario& scenario);
 
-    // Opens every unit's ports; returns the first reason why one cannot.
-    std::optional<QString> start();
-    const std::vector<std::unique_ptr<UnitRunner>>& units() const { return m_units; }
-    // Null when there is no such unit.
-    UnitRunner* find(const QString& key) const;
+    // Announces the units once all their ports are open, and begins with the timeline. Throws InputError.
+    void start();
+    // Carries one command out and answers with "ok", or with "error" and what is wrong. Before start() the
+    // units change in memory only.
+    QString execute(const QString& line);
+    // The commands and their meaning.
+    static QString help();
+
+    UnitServer& unit(const QString& key) const;
 
 signals:
-    // What happens without a command, as a line of output.
+    // A line of output: of a unit that is ready, or of a step that was played.
     void announced(const QString& line);
+    void quitRequested();
 
 private:
-    void add(const UnitSettings& settings);
+    void carryOut(const QString& line);
+    void playFrom(int step, int nowMs);
 
-    // Goes after the units, whose sockets live in it.
-    zmq::context_t m_context;
-    std::vector<std::unique_ptr<UnitRunner>> m_units;
+    Scenario m_scenario;
+    std::vector<std::unique_ptr<UnitServer>> m_units;
 };

@@ -1,43 +1,42 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "unitsettings.h"
-
-#include <QByteArray>
+#include <QByteArrayList>
+#include <QJsonArray>
 #include <QJsonObject>
+#include <QStringList>
 
-// What one unit would say of itself: the model behind the sockets. Plain value, knows no time and no network.
+// What one unit says of itself: a plain value that knows no clock and no network. What throws throws
+// InputError, and then nothing has changed.
 class Unit {
 public:
-    explicit Unit(const UnitSettings& settings);
+    explicit Unit(QString name);
 
-    QString key() const { return m_key; }
-    QString name() const { return m_name; }
-    void setName(const QString& name) { m_name = name; }
-    const VersionData& version() const { return m_version; }
-    void setVersion(const VersionData& version) { m_version = version; }
+    void raiseWarning(const QString& text);
+    // Throws when there is none with this text.
+    void clearWarnings(const QString& text);
+    void clearAllWarnings() { m_warnings = QJsonArray(); }
+    // The installed and the available software: "local 1.200 05. Mar 2024 remote 1.210 02. Mar 2025". Throws.
+    void setVersion(const QString& text);
 
-    const QJsonArray& warnings() const { return m_warnings; }
-    // Completed by completeWarning().
-    void raiseWarning(const QJsonObject& warning);
-    // By position, counted from 1, or by "displaytext"; false when there is none.
-    bool clearWarning(int number);
-    bool clearWarning(const QString& displayText);
-    void clearWarnings() { m_warnings = QJsonArray(); }
+    // Whether it says its reports, nothing, or garbage of a kind instead. Throws for an unknown kind.
+    void speak();
+    void silence();
+    void speakGarbage(const QString& kind);
+    static QStringList garbageKinds();
 
-    // The texts that a unit publishes: compact JSON in UTF-8.
-    QByteArray statusReport() const;
-    QByteArray versionInfo() const;
+    // The texts that it publishes time and again, in UTF-8.
+    QByteArrayList texts() const;
+    // Its web page, HTML in UTF-8.
+    QByteArray page() const;
 
 private:
-    QString m_key;
-    QString m_name;
-    VersionData m_version;
-    QJsonArray m_warnings;
-};
+    QByteArray report(const QString& command, QJsonObject content) const;
 
-// The warning with "date" and "time" of now where it has none.
-QJsonObject completeWarning(QJsonObject warning);
-// What is wrong with a warning object; "date", "time" and "displaytext" are strings where given, and the last
-// one must be.
-std::optional<QString> checkWarning(const QJsonObject& warning);
+    QString m_name;
+    QJsonObject m_version;
+    QJsonArray m_warnings;
+    bool m_silent = false;
+    // Empty for none.
+    QString m_garbageKind;
+};
