@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/foreground.h"
 
-void handOverForeground() { }
+void handOverForeground()
+{
+}

@@ -5,7 +5,8 @@
 #include <QtPlatformHeaders/QWindowsWindowFunctions>
 
 namespace {
-// Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else grows.
+// Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else
+// grows.
 int& scaled(int& argc)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
@@ -18,8 +19,8 @@ int& scaled(int& argc)
 MonitorApplication::MonitorApplication(int& argc, char** argv)
     : QApplication(scaled(argc), argv)
 {
-    // An alert and a second start bring the window up. By default Windows would only let its entry in the task
-    // bar flash; elsewhere this does nothing.
+    // An alert and a second start bring the window up. By default Windows would only let its entry in the
+    // task bar flash; elsewhere this does nothing.
     QWindowsWindowFunctions::setWindowActivationBehavior(QWindowsWindowFunctions::AlwaysActivateWindow);
 }
 

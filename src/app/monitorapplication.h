@@ -5,8 +5,8 @@
 
 #include <exception>
 
-// The application object, which also catches what slots and event handlers throw. It does so where an event is
-// delivered: between there and main may lie frames of the operating system, which no exception may cross.
+// The application object, which also catches what slots and event handlers throw. It does so where an event
+// is delivered: between there and main may lie frames of the operating system, which no exception may cross.
 class MonitorApplication : public QApplication {
     Q_OBJECT
 

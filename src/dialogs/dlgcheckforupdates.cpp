@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QProcess>
+#include <QScreen>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -49,6 +50,11 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
             &DlgCheckForUpdates::processDownloadSuccess);
     connect(m_downloader.get(), &FileDownloader::downloadFailed, this,
             &DlgCheckForUpdates::processDownloadFailed);
+    // A check that waits for the proxies is busy already, unless it has been cancelled.
+    connect(&m_proxies, &SystemProxies::found, this, [this] {
+        if (m_downloader->isBusy())
+            loadDescription();
+    });
 }
 
 DlgCheckForUpdates::~DlgCheckForUpdates() = default;
@@ -56,6 +62,7 @@ DlgCheckForUpdates::~DlgCheckForUpdates() = default;
 void DlgCheckForUpdates::addServerUrl(const QString& url)
 {
     m_serverUrls.append(url);
+    m_proxies.lookUp(QUrl(m_serverUrls.first()));
 }
 
 void DlgCheckForUpdates::checkForUpdates(bool interactive)
@@ -70,6 +77,14 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
     if (m_serverUrls.isEmpty())
         return;
     m_fileDownload = false;
+    if (m_proxies.areKnown())
+        loadDescription();
+    else
+        m_downloader->setBusy(true);
+}
+
+void DlgCheckForUpdates::loadDescription()
+{
     m_downloader->download(QUrl(m_serverUrls.first() + m_appName + QStringLiteral("Update.info")));
 }
 
@@ -160,14 +175,18 @@ void DlgCheckForUpdates::offerVersion(const QString& versionNo)
 void DlgCheckForUpdates::installDownloadedFile()
 {
     const QString path = m_downloadDir + QLatin1Char('/') + m_fileName;
+    placeOnScreen();
     if (const auto error = saveDownloadedFile(path)) {
         // The reason fills the first place and "%2" stays, as users have always seen it.
         QMessageBox::critical(this, windowTitle(),
                               tr("Fehler beim Speichern der Datei\n%1!\nGrund: %2.").arg(*error));
         return;
     }
-    // Goes on below when the user ends the program while the box is open.
-    QMessageBox::information(this, windowTitle(), tr("Download erfolgreich abgeschlossen!"));
+    const auto answer
+        = QMessageBox::information(this, windowTitle(), tr("Download erfolgreich abgeschlossen!"));
+    // The box also ends when the user ends the program. Then nothing is installed.
+    if (answer != QMessageBox::Ok)
+        return;
     QProcess installer;
     installer.setProgram(path);
     installer.startDetached();
@@ -196,4 +215,14 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
     // Windows takes no notice: there the name decides whether a file can be started.
     file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
     return std::nullopt;
+}
+
+// The two boxes that have this dialog as their parent open over it. In an automatic check it has never been
+// shown, and lies in the corner of the screen until it is placed.
+void DlgCheckForUpdates::placeOnScreen()
+{
+    if (isVisible() || !pos().isNull())
+        return;
+    adjustSize();
+    move(screen()->availableGeometry().center() - rect().center());
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "dialogs/systemproxies.h"
 #include "dialogs/updateinfo.h"
 
 #include <QDialog>
@@ -32,6 +33,8 @@ public:
 
     // A base URL that ends in "/"; only the first one is used.
     void addServerUrl(const QString& url);
+    // Where installers are saved; the user's own download folder by default.
+    void setDownloadDir(const QString& path) { m_downloadDir = path; }
     // Loads and evaluates the update description, unless a transfer is running or a box tells of its end. A
     // check that is not interactive does nothing when it is switched off, and is silent unless there is
     // a newer version.
@@ -48,15 +51,18 @@ private slots:
     void updateActions();
 
 private:
+    void loadDescription();
     void evaluateDescription();
     void offerVersion(const QString& versionNo);
     void installDownloadedFile();
     // The reason when the downloaded data could not be saved.
     std::optional<QString> saveDownloadedFile(const QString& path);
+    void placeOnScreen();
 
     std::unique_ptr<Ui::DlgCheckForUpdates> m_ui;
     QString m_appName;
     QStringList m_serverUrls;
+    SystemProxies m_proxies;
     // A child of the dialog's own parent, which lives longer.
     std::unique_ptr<FileDownloader> m_downloader;
     bool m_interactive = false;

@@ -5,10 +5,10 @@
 
 class QUrl;
 
-// Learns by which proxies a URL is reached, before a transfer needs to know. Windows may search the network for
-// seconds, and QNetworkAccessManager asks it in the calling thread, so it is asked in a thread of its own, and
-// the answer then serves the whole program. Elsewhere Qt finds the answer at once, and nothing is looked up.
-// Lives on the GUI thread.
+// Learns by which proxies a URL is reached, before a transfer needs to know. Windows may search the network
+// for seconds, and QNetworkAccessManager asks it in the calling thread, so it is asked in a thread of its
+// own, and the answer then serves the whole program. Elsewhere Qt finds the answer at once, and nothing is
+// looked up. Lives on the GUI thread.
 class SystemProxies : public QObject {
     Q_OBJECT
 

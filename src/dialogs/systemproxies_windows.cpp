@@ -29,7 +29,8 @@ void SystemProxies::lookUp(const QUrl& url)
 {
     m_known = false;
     const auto proxies = std::make_shared<QList<QNetworkProxy>>();
-    // Without a parent: a search that is still going on must not hold up the end of the program, and ends with it.
+    // Without a parent: a search that is still going on must not hold up the end of the program, and ends
+    // with it.
     auto* thread = QThread::create(
         [url, proxies] { *proxies = QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url)); });
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);

@@ -43,6 +43,8 @@ UpdateFixture::UpdateFixture(QWidget* parent, const QSslConfiguration& security)
     // As the program does it, whose tray icon stays.
     QGuiApplication::setQuitOnLastWindowClosed(false);
     dialog->addServerUrl(server.baseUrl());
+    // Never the user's own, whatever the platform goes by.
+    dialog->setDownloadDir(folder.path());
 }
 
 void UpdateFixture::publish(const QByteArray& versionNo, const QByteArray& fileName)
