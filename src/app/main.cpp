@@ -7,6 +7,7 @@
 
 #include <QDebug>
 #include <QIcon>
+#include <QProcess>
 #include <QTranslator>
 
 namespace {
@@ -58,7 +59,10 @@ int runMonitor(int& argc, char** argv)
     MainWinQorMonitor mainWindow;
     guard.setMainWindow(&mainWindow);
     mainWindow.show();
-    return application.run();
+    const int code = application.run();
+    if (guard.hasTurnedAway())
+        QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
+    return code;
 }
 
 } // namespace

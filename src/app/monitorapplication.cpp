@@ -4,6 +4,8 @@
 #include <QThread>
 #include <QtPlatformHeaders/QWindowsWindowFunctions>
 
+#include <utility>
+
 namespace {
 // Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else
 // grows.
@@ -26,12 +28,10 @@ MonitorApplication::MonitorApplication(int& argc, char** argv)
 
 int MonitorApplication::run()
 {
-    // What was thrown before there was a loop to end.
+    // What was thrown before, when there was no loop to end, is not to wait for this one's end.
+    const int code = m_failure ? 0 : exec();
     if (m_failure)
-        std::rethrow_exception(m_failure);
-    const int code = exec();
-    if (m_failure)
-        std::rethrow_exception(m_failure);
+        std::rethrow_exception(std::exchange(m_failure, nullptr));
     return code;
 }
 

@@ -9,7 +9,6 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
-#include <QProcess>
 #include <QWidget>
 
 #include <memory>
@@ -85,12 +84,8 @@ SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
 void SingleInstanceApp::release()
 {
     disconnect(m_server, nullptr, this, nullptr);
-    // A start that has come since the event loop stopped takes its connection for an answer and gives up, so
-    // another one takes its place.
-    const bool answered = m_server->waitForNewConnection(0);
+    m_turnedAway = m_server->waitForNewConnection(0);
     m_server->close();
-    if (answered)
-        QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
 }
 
 void SingleInstanceApp::processNewConnection()

@@ -24,6 +24,10 @@ public:
     // The window that a later start brings to the front; it may be deleted at any time.
     void setMainWindow(QWidget* mainWindow);
 
+    // After the event loop: whether a start has given up for this instance, which has not shown a window for
+    // it any more. It is to be made up for.
+    bool hasTurnedAway() const { return m_turnedAway; }
+
 private:
     enum class Answer {
         Given,
@@ -41,4 +45,5 @@ private:
     QString m_name;
     QLocalServer* m_server = nullptr;
     QPointer<QWidget> m_mainWindow;
+    bool m_turnedAway = false;
 };

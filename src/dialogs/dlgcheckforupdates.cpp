@@ -221,7 +221,7 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
 // shown, and lies in the corner of the screen until it is placed.
 void DlgCheckForUpdates::placeOnScreen()
 {
-    if (isVisible() || !pos().isNull())
+    if (isVisible() || testAttribute(Qt::WA_Moved))
         return;
     adjustSize();
     move(screen()->availableGeometry().center() - rect().center());

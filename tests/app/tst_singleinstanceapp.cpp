@@ -80,6 +80,35 @@ class TestSingleInstanceApp : public QObject {
     Q_OBJECT
 
 private slots:
+    void endingMonitorAnswersNobody()
+    {
+        SingleInstanceApp ending(name);
+        QVERIFY(ending.init());
+        QTimer::singleShot(0, &ending, [] { QCoreApplication::quit(); });
+        QCoreApplication::exec();
+        QVERIFY(!ending.hasTurnedAway());
+        // It has not been destroyed yet: its windows and links take their time.
+        const LogCapture log;
+        QVERIFY(startAnother());
+        QCOMPARE(guardLines(log), QStringList({ claimLine, serverLine }));
+    }
+
+    void startThatCameTooLateIsRemembered()
+    {
+        SingleInstanceApp ending(name);
+        QVERIFY(ending.init());
+        QWidget window;
+        ending.setMainWindow(&window);
+        // The event loop never gets round to this one.
+        QTimer::singleShot(0, &ending, [] {
+            QVERIFY(!startAnother());
+            QCoreApplication::quit();
+        });
+        QCoreApplication::exec();
+        QVERIFY(ending.hasTurnedAway());
+        QVERIFY(window.isHidden());
+    }
+
     void cleanup()
     {
         QLocalServer::removeServer(name);

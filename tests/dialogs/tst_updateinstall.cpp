@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QProcess>
+#include <QScreen>
 #include <QtTest>
 
 #include <cstring>
@@ -86,6 +87,30 @@ private slots:
         fixture.offer(HttpAnswer::ok("#!/nonexistent/interpreter\n"), "setup.sh");
         QCOMPARE(fixture.runProgram(true, confirm), 0);
         QCOMPARE(fixture.boxes.count(), 2);
+    }
+
+    void programThatIsLeftInstallsNothing()
+    {
+        UpdateFixture fixture;
+        fixture.offer(installer, "setup.sh");
+        QCOMPARE(fixture.runProgram(true, [](QMessageBox*) { QCoreApplication::quit(); }), 0);
+        QCOMPARE(fixture.boxes.lastText(), "Download erfolgreich abgeschlossen!"_s);
+        // Ten times as long as the script takes to leave its mark.
+        QTest::qWait(500);
+        QVERIFY(fixture.folder.read("mark"_s).isEmpty());
+    }
+
+    void boxOfADialogNeverShownOpensInTheMiddle()
+    {
+        UpdateFixture fixture;
+        fixture.offer(installer, "setup.sh");
+        QPoint distance;
+        const auto answer = [&](QMessageBox* box) {
+            distance = box->frameGeometry().center() - box->screen()->availableGeometry().center();
+            confirm(box);
+        };
+        QCOMPARE(fixture.runProgram(false, answer), 0);
+        QVERIFY2(distance.manhattanLength() < 60, QTest::toString(distance));
     }
 
     void automaticCheckInTheLastBoxInstallsNothingTwice()
