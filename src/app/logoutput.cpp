@@ -4,6 +4,8 @@
 #include <QCommandLineParser>
 #include <QTime>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace {
@@ -16,23 +18,29 @@ const auto debugLevelOption = QStringLiteral("debuglevel");
 const auto timestampsOption = QStringLiteral("timestamps");
 const auto noColorOption = QStringLiteral("no-color");
 
-enum MinimumLevel {
-    FatalLevel = 0,
-    CriticalLevel = 0,
-    WarningLevel = 1,
-    InfoLevel = 2,
-    DebugLevel = 3,
+// How the messages of one type are printed, and from which debug level on.
+struct Format {
+    QtMsgType type;
+    int minimumLevel;
+    FILE* stream;
+    char tag;
+    const char* colour;
 };
 
-void printFatal(const char* prefix, const char* text, const QMessageLogContext& context)
+const std::array<Format, 5> formats { {
+    // Without a colour of its own, so that debug lines keep the terminal's.
+    { QtDebugMsg, 3, stdout, 'D', "" },
+    { QtInfoMsg, 2, stdout, 'I', "\033[0;32m" },
+    { QtWarningMsg, 1, stdout, 'W', "\033[0;33m" },
+    { QtCriticalMsg, 0, stderr, 'C', "\033[0;31m" },
+    { QtFatalMsg, 0, stderr, 'F', "\033[0;31m" },
+} };
+
+// Where a message comes from; Qt reads a null text as an empty one.
+QByteArray origin(const QMessageLogContext& context)
 {
-    const char* file = context.file ? context.file : "";
-    const char* function = context.function ? context.function : "";
-    const auto line = static_cast<unsigned int>(context.line);
-    if (noColor)
-        std::fprintf(stderr, "(F) %s%s (%s:%u, %s)\n", prefix, text, file, line, function);
-    else
-        std::fprintf(stderr, "\033[0;31m(F) %s%s (%s:%u, %s)\n\033[0m", prefix, text, file, line, function);
+    return QByteArray(" (") + context.file + ':' + QByteArray::number(static_cast<uint>(context.line)) + ", "
+        + context.function + ')';
 }
 
 } // namespace
@@ -77,39 +85,19 @@ void LogOutput::setNoColor(bool on)
     noColor = on;
 }
 
-// Neither flushes nor aborts: the toolkit ends the process after a fatal message. The colour is reset behind
-// the line break on purpose.
+// Neither flushes nor aborts: Qt ends the process after a fatal message.
 void LogOutput::logMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& msg)
 {
-    const QByteArray text = msg.toLocal8Bit();
-    QByteArray prefix;
-    if (useTimestamps)
-        prefix = QTime::currentTime().toString(QStringLiteral("hh:mm:ss.zzz")).toLocal8Bit() + ' ';
-    switch (type) {
-    case QtDebugMsg:
-        // Without a colour of its own, so that debug lines keep the terminal's.
-        if (debugLevel >= DebugLevel)
-            std::fprintf(stdout, noColor ? "(D) %s%s\n" : "(D) %s%s\n\033[0m", prefix.constData(),
-                         text.constData());
-        break;
-    case QtInfoMsg:
-        if (debugLevel >= InfoLevel)
-            std::fprintf(stdout, noColor ? "(I) %s%s\n" : "\033[0;32m(I) %s%s\n\033[0m", prefix.constData(),
-                         text.constData());
-        break;
-    case QtWarningMsg:
-        if (debugLevel >= WarningLevel)
-            std::fprintf(stdout, noColor ? "(W) %s%s\n" : "\033[0;33m(W) %s%s\n\033[0m", prefix.constData(),
-                         text.constData());
-        break;
-    case QtCriticalMsg:
-        if (debugLevel >= CriticalLevel)
-            std::fprintf(stderr, noColor ? "(C) %s%s\n" : "\033[0;31m(C) %s%s\n\033[0m", prefix.constData(),
-                         text.constData());
-        break;
-    case QtFatalMsg:
-        if (debugLevel >= FatalLevel)
-            printFatal(prefix.constData(), text.constData(), context);
-        break;
-    }
+    const auto* const format = std::find_if(formats.cbegin(), formats.cend(),
+                                            [type](const Format& known) { return known.type == type; });
+    if (format == formats.cend() || debugLevel < format->minimumLevel)
+        return;
+    const QByteArray prefix = useTimestamps
+        ? QTime::currentTime().toString(QStringLiteral("hh:mm:ss.zzz")).toLocal8Bit() + ' '
+        : QByteArray();
+    const QByteArray suffix = type == QtFatalMsg ? origin(context) : QByteArray();
+    // A single call, so that the lines of several threads stay whole. The colour ends behind the line break.
+    std::fprintf(format->stream, "%s(%c) %s%s%s\n%s", noColor ? "" : format->colour, format->tag,
+                 prefix.constData(), msg.toLocal8Bit().constData(), suffix.constData(),
+                 noColor ? "" : "\033[0m");
 }

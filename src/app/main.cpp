@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "base/contact.h"
 #include "app/singleinstanceapp.h"
+#include "base/contact.h"
 #include "base/version.h"
 #include "mainwindow/mainwinqormonitor.h"
 
@@ -49,8 +49,8 @@ int runMonitor(int& argc, char** argv)
     QCoreApplication::setOrganizationDomain(Contact::Maker::domain);
     QCoreApplication::setApplicationName(QStringLiteral("QorMonitor"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    // The toolkit would close the windows at the end of the desktop session, and a window that hides instead
-    // would then hold up the logout.
+    // Qt would close the windows at the end of the desktop session, and a window that hides instead would
+    // then hold up the logout.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
 
     // For the windows without a parent; the main window's form has its own.

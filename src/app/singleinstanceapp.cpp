@@ -9,7 +9,6 @@
 #include <QWidget>
 
 #include <memory>
-
 #include <utility>
 
 namespace {
@@ -31,7 +30,7 @@ bool SingleInstanceApp::init()
 
     // Several starts at once must not take each other's fresh socket for a stale one.
     QLockFile lock(QDir::temp().filePath(m_name + QStringLiteral(".lock")));
-    const bool alone = lock.tryLock(lockTimeoutMs);
+    const bool holdsLock = lock.tryLock(lockTimeoutMs);
 
     if (listen())
         return true;
@@ -40,9 +39,7 @@ bool SingleInstanceApp::init()
         qCritical() << "SingleInstanceApp::init() stop client app";
         return false;
     }
-    // Nobody is there: where a name is a file, it is what a killed monitor left behind. Left there, it would
-    // keep every later start unguarded. One that only does not get round to answering keeps its name.
-    if (answer == Answer::NobodyThere && alone && QLocalServer::removeServer(m_name) && listen())
+    if (answer == Answer::NobodyThere && holdsLock && takeOverStaleName())
         return true;
     qCritical() << "SingleInstanceApp::init() failed to start server mode; cannot stop client mode";
     return true;
@@ -62,6 +59,12 @@ bool SingleInstanceApp::listen()
     return true;
 }
 
+// Where a name is a file, a killed monitor leaves it behind, and every later start would go unguarded.
+bool SingleInstanceApp::takeOverStaleName()
+{
+    return QLocalServer::removeServer(m_name) && listen();
+}
+
 SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
 {
     QLocalSocket socket;
@@ -70,7 +73,7 @@ SingleInstanceApp::Answer SingleInstanceApp::askRunningInstance() const
         return Answer::Given;
     const bool nobody = socket.error() == QLocalSocket::ConnectionRefusedError
         || socket.error() == QLocalSocket::ServerNotFoundError;
-    return nobody ? Answer::NobodyThere : Answer::None;
+    return nobody ? Answer::NobodyThere : Answer::NotInTime;
 }
 
 void SingleInstanceApp::processNewConnection()

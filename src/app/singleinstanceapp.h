@@ -27,11 +27,13 @@ public:
 private:
     enum class Answer {
         Given,
-        None,
+        // A monitor that does not get round to answering keeps its name.
+        NotInTime,
         NobodyThere,
     };
 
     bool listen();
+    bool takeOverStaleName();
     Answer askRunningInstance() const;
     void processNewConnection();
 

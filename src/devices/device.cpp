@@ -33,90 +33,70 @@ Device::Device(DeviceList* list)
 
 Device::~Device()
 {
-    if (m_monitored) {
-        try {
-            storeMonitored(false);
-        } catch (const zmq::error_t& error) {
-            qDebug() << "Device::~Device():" << error.what();
-        }
+    try {
+        setMonitored(false);
+    } catch (const zmq::error_t& error) {
+        qDebug() << "Device::~Device():" << error.what();
     }
     // The link must be joined while everything that it reports to is still there. One that is in use again,
-    // because a listener has just connected it, must not report its end to a unit that has no link any more.
-    disconnect(m_link.data(), nullptr, this, nullptr);
+    // because a listener has just connected it, ends without a word: those who hear it may ask a unit that
+    // has no link any more.
+    m_link->blockSignals(true);
     m_link.reset();
+}
+
+template <typename Value> bool Device::store(Value& member, const Value& value, void (Device::*changed)())
+{
+    if (member == value)
+        return false;
+    member = value;
+    emit(this->*changed)();
+    m_list->notifyDeviceChanged(this);
+    return true;
 }
 
 void Device::setHost(const QString& host)
 {
-    if (m_host == host)
+    if (!store(m_host, host, &Device::hostChanged))
         return;
-    m_host = host;
-    emit hostChanged();
-    m_list->notifyDeviceChanged(this);
     updateIpAddress();
     m_link->updateConnection();
 }
 
 void Device::setZmqPort(int zmqPort)
 {
-    if (m_zmqPort == zmqPort)
-        return;
-    m_zmqPort = zmqPort;
-    emit zmqPortChanged();
-    m_list->notifyDeviceChanged(this);
-    m_link->updateConnection();
+    if (store(m_zmqPort, zmqPort, &Device::zmqPortChanged))
+        m_link->updateConnection();
 }
 
 void Device::setWebPort(int webPort)
 {
-    if (m_webPort == webPort)
-        return;
-    m_webPort = webPort;
-    emit webPortChanged();
-    m_list->notifyDeviceChanged(this);
+    store(m_webPort, webPort, &Device::webPortChanged);
 }
 
 void Device::setWebScheme(const QString& webScheme)
 {
-    if (m_webScheme == webScheme)
-        return;
-    m_webScheme = webScheme;
-    emit webSchemeChanged();
-    m_list->notifyDeviceChanged(this);
+    store(m_webScheme, webScheme, &Device::webSchemeChanged);
 }
 
 void Device::setQorName(const QString& qorName)
 {
     if (m_qorName == qorName)
         return;
-    m_qorName = qorName;
-    // Name changes are traced at this level on purpose.
-    qCritical() << "Device::setQorName()" << m_host << m_qorName;
-    emit qorNameChanged();
-    m_list->notifyDeviceChanged(this);
+    // Critical, so that a log of errors alone traces the names as well.
+    qCritical() << "Device::setQorName()" << m_host << qorName;
+    store(m_qorName, qorName, &Device::qorNameChanged);
 }
 
 void Device::setIpAddress(const QString& ipAddress)
 {
-    if (m_ipAddress == ipAddress)
-        return;
-    m_ipAddress = ipAddress;
-    emit ipAddressChanged();
-    m_list->notifyDeviceChanged(this);
+    store(m_ipAddress, ipAddress, &Device::ipAddressChanged);
 }
 
 void Device::setMonitored(bool monitored)
 {
-    if (m_monitored != monitored)
-        storeMonitored(monitored);
-}
-
-void Device::storeMonitored(bool monitored)
-{
-    m_monitored = monitored;
-    emit monitoredChanged();
-    m_list->notifyDeviceChanged(this);
-    m_link->updateConnection();
+    if (store(m_monitored, monitored, &Device::monitoredChanged))
+        m_link->updateConnection();
 }
 
 void Device::save(QSettings& settings) const
@@ -145,9 +125,7 @@ void Device::load(QSettings& settings)
 void Device::updateIpAddress()
 {
     setIpAddress(QString());
-    const QString address = lookUpAddress(m_host);
-    if (!address.isEmpty())
-        setIpAddress(address);
+    setIpAddress(lookUpAddress(m_host));
 }
 
 QString Device::stateText() const

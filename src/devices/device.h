@@ -37,7 +37,7 @@ public:
     bool monitored() const { return m_monitored; }
     // Whether the unit needs attention: incompatible or its link disconnected, monitored or not.
     bool alert() const { return m_alert; }
-    // When alert() last changed; null before.
+    // When alert() last changed; null before. The program itself does not ask for it.
     const QDateTime& alertTime() const { return m_alertTime; }
     QorInterface* qorInterface() const { return m_link.data(); }
 
@@ -60,7 +60,7 @@ public:
 
     // The German text of the status column.
     QString stateText() const;
-    // The reported name, or "host:port" while there is none.
+    // The reported name, or "host:port" while there is none. The program itself does not ask for it.
     QString displayName() const;
 
     // Takes one text that the unit has published: JSON in UTF-8. Never throws on bad input; what cannot be
@@ -73,6 +73,7 @@ public:
     // Numbers as the unit writes them, dates as "dd. MMM yyyy" in English.
     void updateVersionInfo(const QString& localNo, const QString& localDate, const QString& remoteNo,
                            const QString& remoteDate);
+    // Sets the alert flag by the unit's condition, or as the caller says.
     void updateAlert();
     void setAlert(bool on);
 
@@ -80,7 +81,8 @@ public:
     // objects with the strings "qorName" (not in warnings), "date", "time", "displaytext" and "class".
     QJsonArray messages() const;
 
-    // Tells the user of newer unit software in a message box, if there is any.
+    // Tells the user of newer unit software in a message box, if there is any. The program itself does not
+    // call it: its message list shows the same.
     void showVersionHint();
 
 signals:
@@ -95,7 +97,7 @@ signals:
     void deviceStateChanged();
 
 private:
-    void storeMonitored(bool monitored);
+    template <typename Value> bool store(Value& member, const Value& value, void (Device::*changed)());
     bool isNewWarning(const QJsonObject& warning) const;
 
     DeviceList* m_list;

@@ -50,6 +50,11 @@ int DeviceList::indexOf(const QString& host, int zmqPort) const
     return found == m_devices.cend() ? -1 : static_cast<int>(std::distance(m_devices.cbegin(), found));
 }
 
+bool DeviceList::contains(const Device* device) const
+{
+    return std::find(m_devices.cbegin(), m_devices.cend(), device) != m_devices.cend();
+}
+
 Device* DeviceList::addDevice(const QString& host, int zmqPort, int webPort, const QString& webScheme)
 {
     if (indexOf(host, zmqPort) != -1)

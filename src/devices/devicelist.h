@@ -23,17 +23,21 @@ public:
     QWidget* parentWidget() const { return m_parentWidget; }
 
     int count() const { return m_devices.count(); }
-    // The unit at an index of [0, count()); both throw std::exception outside of it.
+    // The unit at an index of [0, count()); both throw std::exception outside of it. The program uses the
+    // first.
     Device* at(int index) const;
     Device* device(int index);
     // The first unit with exactly this host, letter case included, and this ZeroMQ port; -1 if none.
     int indexOf(const QString& host, int zmqPort) const;
+    // Whether the unit is in the list; it is only compared, so that it may have been deleted.
+    bool contains(const Device* device) const;
 
     // Appends a unit that is neither monitored nor saved yet, and emits listChanged. Null, and nothing
     // changes, when a unit with this host and port exists.
     Device* addDevice(const QString& host, int zmqPort, int webPort, const QString& webScheme);
     // Takes the unit out, emits listChanged, and deletes it later; whether it is in the list is not checked.
     void removeDevice(Device* pDevice);
+    // The same for an index, which the program does not use.
     void removeAt(int index);
     // Does nothing for null.
     void setMonitored(Device* pDevice, bool on);
@@ -54,7 +58,7 @@ signals:
     void listRead();
     void listCleared();
     void deviceChanged(Device* pDevice);
-    // Declared for windows that ask for the front; nothing emits it in this version.
+    // For windows that would come to the front; nothing emits it.
     void activateWindow();
     void deviceStatesChanged();
     void alertChanged();

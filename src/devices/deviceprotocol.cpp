@@ -32,12 +32,12 @@ QString stringValue(const QJsonObject& object, const char* key)
 
 void Device::processQorMessage(const QByteArray& json)
 {
-    QJsonParseError error {};
-    const QJsonObject object = QJsonDocument::fromJson(json, &error).object();
     if (json.trimmed().isEmpty()) {
         qWarning() << "Device::processQorMessage() skip empty message";
         return;
     }
+    QJsonParseError error {};
+    const QJsonObject object = QJsonDocument::fromJson(json, &error).object();
     if (error.error != QJsonParseError::NoError) {
         qWarning().noquote() << "Device::processQorMessage() parse error" << error.errorString()
                              << "at offset" << error.offset << "\nMessage:" << json;
@@ -57,6 +57,7 @@ void Device::processQorMessage(const QByteArray& json)
             stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
             stringValue(object, "remoteQorVersionNo"), stringValue(object, "remoteQorVersionDate"));
     } else {
+        // Not this method's name, but the one by which the line is known.
         qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd
                               << ", message" << json << ", object" << object;
         setIncompatible(true);
@@ -67,6 +68,7 @@ void Device::updateConnectState()
 {
     const QorInterface::State state = m_link->state();
     qInfo() << "Device::updateConnectState()" << state;
+    // Each of these steps is announced, so that listeners see in which order they come.
     switch (state) {
     case QorInterface::Pending:
         m_connectionMessage
@@ -127,7 +129,8 @@ bool Device::isNewWarning(const QJsonObject& warning) const
 void Device::updateVersionInfo(const QString& localNo, const QString& localDate, const QString& remoteNo,
                                const QString& remoteDate)
 {
-    // A report in which only the dates are new is ignored, dates included. That is wanted.
+    // A report in which only the dates are new is ignored, dates included: no new software without a new
+    // number.
     if (localNo == m_localVersionNo && remoteNo == m_remoteVersionNo)
         return;
     m_localVersionNo = localNo;
@@ -149,7 +152,7 @@ void Device::updateVersionInfo(const QString& localNo, const QString& localDate,
 
 void Device::updateAlert()
 {
-    // The monitored flag is not looked at on purpose: an unmonitored unit, whose link is idle, counts too.
+    // An unmonitored unit counts, too: its link is idle and therefore disconnected.
     setAlert(!m_incompatibleMessage.isEmpty() || m_link->state() == QorInterface::Disconnected);
 }
 
@@ -187,8 +190,7 @@ void Device::showVersionHint()
     QWidget* parent = m_list->parentWidget();
     QMessageBox::information(parent, parent ? parent->windowTitle() : QString(),
                              tr("Für ihre QORweb II %1 liegt eine neue Version %2 vor.\nEs wird empfohlen, "
-                                "das Update im Systemmenü der "
-                                "Web Oberfläche auszuführen.")
+                                "das Update im Systemmenü der Web Oberfläche auszuführen.")
                                  .arg(m_qorName, m_remoteVersionNo),
                              QMessageBox::Ok);
 }

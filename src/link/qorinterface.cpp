@@ -28,11 +28,10 @@ QorInterface::QorInterface()
 
 QorInterface::~QorInterface()
 {
-    try {
-        disconnectQor();
-    } catch (const zmq::error_t& error) {
-        qDebug() << "QorInterface::~QorInterface():" << error.what();
-    }
+    disconnectSwallowingErrors("QorInterface::~QorInterface():");
+    // A listener may just have connected it again. This time nobody is told.
+    blockSignals(true);
+    disconnectSwallowingErrors("QorInterface::~QorInterface():");
 }
 
 void QorInterface::setDevice(Device* device)
@@ -55,18 +54,27 @@ void QorInterface::updateConnection()
         connectQor(m_device->host(), m_device->zmqPort());
 }
 
+// Connecting and disconnecting tell the listeners of each step, and a listener may connect or disconnect the
+// link itself. The later call is carried out at once and wins: the one in whose midst it came takes none of
+// its further steps. So it neither starts a second loop on the socket nor writes over what the later call has
+// left.
+//
+// False when a later call has come.
+template <typename... Step> bool QorInterface::takeSteps(Step... step)
+{
+    const quint64 call = ++m_calls;
+    return ((step(), m_calls == call) && ...);
+}
+
 bool QorInterface::connectQor(const QString& host, int port)
 {
-    disconnectQor();
-    setHost(host);
-    resolveHost();
-    if (m_port != port) {
-        m_port = port;
-        emit portChanged();
-    }
-    if (m_ipAddress.isEmpty())
+    const bool isLastCall = leave()
+        && takeSteps([&] { setHost(host); }, [this] { setIpAddress(QString()); },
+                     [this] { setIpAddress(lookUpAddress(m_host)); }, [&] { setPort(port); });
+    if (!isLastCall || m_ipAddress.isEmpty())
         return false;
 
+    // An IPv6 address goes in as it stands, without brackets.
     const QString endpoint
         = m_protocol + QStringLiteral("://") + m_ipAddress + QLatin1Char(':') + QString::number(port);
     if (!m_socket)
@@ -83,37 +91,60 @@ bool QorInterface::connectQor(const QString& host, int port)
 
 void QorInterface::disconnectQor()
 {
+    leave();
+}
+
+bool QorInterface::leave()
+{
+    // An idle link has no steps to take, but one that is just being connected is not to go on.
     if (!m_session)
-        return;
+        return takeSteps();
     qDebug() << "QorInterface::disconnectQor()";
     m_silenceTimer.stop();
-    m_stopRequested = true;
-    msleep(stopGraceMs);
-    wait();
-    // The toolkit's join cannot be seen by the thread sanitizer; run()'s last word on the flag can.
-    m_stopRequested.load();
-
+    stopLoop();
     endSession();
     const std::optional<zmq::error_t> error = leaveEndpoint();
     // A silent unit is Disconnected already; the listeners are told all the same, so that they see that it
     // is no longer listened to.
     m_state = Disconnected;
-    emit connectStateChanged();
-    setHost(QString());
-    setIpAddress(QString());
+    const bool isLastCall = takeSteps([this] { emit connectStateChanged(); }, [this] { setHost(QString()); },
+                                      [this] { setIpAddress(QString()); });
     if (error)
         throw zmq::error_t(*error);
+    return isLastCall;
+}
+
+void QorInterface::disconnectSwallowingErrors(const char* caller)
+{
+    try {
+        disconnectQor();
+    } catch (const zmq::error_t& error) {
+        qDebug() << caller << error.what();
+    }
+}
+
+void QorInterface::stopLoop()
+{
+    m_stopRequested = true;
+    msleep(stopGraceMs);
+    wait();
+    // The thread sanitizer does not see Qt's join. It does see that this reads what run() has written last.
+    m_stopRequested.load();
 }
 
 void QorInterface::beginSession()
 {
     m_session = new QObject(this);
     m_textsUnderWay = 0;
+    // A posted lambda would do as well, but not for the thread sanitizer: it does not see that Qt's queue
+    // lies between the thread that fills the lambda and the one that reads it. What a signal carries is
+    // copied by Qt.
     connect(
         this, &QorInterface::textReceived, m_session, [this](const QByteArray& json) { deliver(json); },
         Qt::QueuedConnection);
+    // Heard only from a loop that has failed: disconnecting ends the session first.
     connect(
-        this, &QorInterface::loopFailed, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
+        this, &QThread::finished, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
 
 void QorInterface::endSession()
@@ -172,10 +203,12 @@ QString QorInterface::stateText() const
     return {};
 }
 
-void QorInterface::resolveHost()
+void QorInterface::setPort(int port)
 {
-    setIpAddress(QString());
-    setIpAddress(lookUpAddress(m_host));
+    if (m_port == port)
+        return;
+    m_port = port;
+    emit portChanged();
 }
 
 void QorInterface::changeState(State state)
@@ -194,9 +227,8 @@ void QorInterface::run()
         qDebug() << "QorInterface::run(): caught unspecified exception";
     }
     qDebug() << "QorInterface::run(): thread closed!";
-    // Only a loop that has failed is still to be disconnected, and that is the GUI thread's business.
-    if (!m_stopRequested.exchange(true))
-        emit loopFailed(QPrivateSignal());
+    // A loop that has failed is still to be disconnected. That is left to the GUI thread.
+    m_stopRequested = true;
 }
 
 void QorInterface::receiveUntilStopped()
@@ -207,7 +239,7 @@ void QorInterface::receiveUntilStopped()
         // A GUI thread that is slower than the unit is not buried in texts: the others wait in the socket,
         // whose queue is limited.
         if (m_textsUnderWay < maxTextsUnderWay && m_socket.recv(message, zmq::recv_flags::dontwait)) {
-            // A text that does not fit is dropped without a word, on purpose.
+            // A text that does not fit is dropped without a word.
             if (const size_t size = message.size(); size < receiveBuffer.size()) {
                 std::memcpy(receiveBuffer.data(), message.data(), size);
                 receiveBuffer.at(size) = '\0';
@@ -228,12 +260,7 @@ void QorInterface::deliver(const QByteArray& json)
 
 void QorInterface::processLoopFailed()
 {
-    try {
-        disconnectQor();
-    } catch (const zmq::error_t& error) {
-        // An error of the loop ends the link, never the program.
-        qDebug() << "QorInterface::processLoopFailed():" << error.what();
-    }
+    disconnectSwallowingErrors("QorInterface::processLoopFailed():");
 }
 
 void QorInterface::processMessageArrived()

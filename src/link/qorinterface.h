@@ -44,9 +44,9 @@ public:
     void updateConnection();
 
     // Resolves the host (blocking) and subscribes to everything that it publishes on the TCP port. A link
-    // in use is disconnected first. False when the host has no address. Throws zmq::error_t when the old
-    // endpoint cannot be left, or no socket be made, or the new endpoint is refused, after which the link is
-    // Disconnected.
+    // in use is disconnected first. False when the host has no address, or when a listener has connected or
+    // disconnected the link meanwhile, which then stands. Throws zmq::error_t when the old endpoint cannot be
+    // left, or no socket be made, or the new endpoint is refused, after which the link is Disconnected.
     bool connectQor(const QString& host, int port);
 
     // Stops the thread, waits for it and leaves the endpoint; nothing for an idle link. Takes at least
@@ -72,20 +72,23 @@ signals:
     void portChanged();
     void ipAddressChanged(QString strIpAddress);
 
-    // How a text and the failure of the loop cross to the GUI thread.
+    // How a text crosses to the GUI thread.
     void textReceived(QByteArray json, QPrivateSignal);
-    void loopFailed(QPrivateSignal);
 
 protected:
     void run() override;
 
 private:
-    void resolveHost();
+    template <typename... Step> bool takeSteps(Step... step);
+    bool leave();
+    void disconnectSwallowingErrors(const char* caller);
+    void stopLoop();
     void beginSession();
     void endSession();
-    void receiveUntilStopped();
-    void changeState(State state);
     std::optional<zmq::error_t> leaveEndpoint();
+    void setPort(int port);
+    void changeState(State state);
+    void receiveUntilStopped();
 
     void deliver(const QByteArray& json);
     void processLoopFailed();
@@ -97,8 +100,10 @@ private:
     QString m_host;
     QString m_ipAddress;
     int m_port = 5566;
+    // Counts the calls that connect or disconnect.
+    quint64 m_calls = 0;
     std::atomic<State> m_state { Disconnected };
-    QString m_protocol = QStringLiteral("tcp");
+    const QString m_protocol = QStringLiteral("tcp");
     QString m_endpoint;
     std::atomic<bool> m_stopRequested { true };
     // Texts that have been received but not yet handled by the GUI thread.

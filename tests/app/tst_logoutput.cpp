@@ -1,18 +1,146 @@
 // SPDX-License-Identifier: MIT
+// The formatter is looked at from outside: this program starts itself, lets the copy log in some role, and
+// reads the bytes of its two streams.
 #include "app/logoutput.h"
 
-#include "logoutputchild.h"
 #include "support/literals.h"
 
 #include <QCommandLineParser>
 #include <QTime>
 #include <QtTest>
 
+#include <csignal>
 #include <cstring>
+#include <functional>
+#include <map>
+#include <thread>
+#include <vector>
 
-// The formatter is looked at from outside: this program starts itself, lets the copy log, and reads the
-// bytes of its two streams.
 namespace {
+
+constexpr int threads = 4;
+constexpr int linesOfAThread = 500;
+
+QByteArray textOfThread(int thread)
+{
+    return QByteArray(200, static_cast<char>('a' + thread));
+}
+
+void log(QtMsgType type, const QString& text, const QMessageLogContext& context)
+{
+    LogOutput::logMessageHandler(type, context, text);
+}
+
+void log(QtMsgType type, const QString& text)
+{
+    log(type, text, { "file.cpp", 7, "function", "category" });
+}
+
+void logAll()
+{
+    log(QtDebugMsg, "d"_s);
+    log(QtInfoMsg, "i"_s);
+    log(QtWarningMsg, "w"_s);
+    log(QtCriticalMsg, "c"_s);
+    log(QtFatalMsg, "f"_s);
+}
+
+void logThroughMacros()
+{
+    qDebug("through the macro");
+    qCritical("through the macro");
+}
+
+void logFromThreads()
+{
+    std::vector<std::thread> running;
+    for (int i = 0; i < threads; ++i) {
+        running.emplace_back([text = QString::fromLatin1(textOfThread(i))] {
+            for (int line = 0; line < linesOfAThread; ++line)
+                log(QtDebugMsg, text);
+        });
+    }
+    for (std::thread& thread : running)
+        thread.join();
+}
+
+void readOptions()
+{
+    // Everything opposite to the defaults, to see that it is written anew.
+    LogOutput::setDebugLevel(3);
+    LogOutput::setUseTimestamps(true);
+    LogOutput::setNoColor(true);
+    QCommandLineParser parser;
+    LogOutput output(&parser);
+    parser.parse(QCoreApplication::arguments().mid(2));
+    output.readOptions();
+    logAll();
+}
+
+const std::map<QString, std::function<void()>> roles {
+    { "all"_s, logAll },
+    { "no-file"_s,
+      [] {
+          log(QtFatalMsg, "f"_s, { nullptr, 7, "function", "c" });
+      } },
+    { "no-function"_s,
+      [] {
+          log(QtFatalMsg, "f"_s, { "file.cpp", 7, nullptr, "c" });
+      } },
+    { "no-context"_s, [] { log(QtFatalMsg, "f"_s, {}); } },
+    { "unknown-type"_s, [] { log(static_cast<QtMsgType>(QtInfoMsg + 1), "?"_s); } },
+    { "umlauts"_s, [] { log(QtCriticalMsg, "Gerät %s %n"_s); } },
+    { "go-on-after-fatal"_s,
+      [] {
+          log(QtFatalMsg, "f"_s);
+          log(QtCriticalMsg, "still here"_s);
+      } },
+    { "threads"_s, logFromThreads },
+    { "read-options"_s, readOptions },
+    { "installed"_s,
+      [] {
+          const LogOutput output;
+          logThroughMacros();
+      } },
+    { "with-parser"_s,
+      [] {
+          QCommandLineParser parser;
+          const LogOutput output(&parser);
+          logThroughMacros();
+      } },
+    { "null-parser"_s,
+      [] {
+          LogOutput output(nullptr);
+          output.readOptions();
+          logAll();
+      } },
+    { "fatal"_s,
+      [] {
+          std::signal(SIGABRT, SIG_DFL);
+          const LogOutput output;
+          qFatal("the end");
+      } },
+};
+
+int runAsChild()
+{
+    const QStringList arguments = QCoreApplication::arguments().mid(2);
+    for (const QString& argument : arguments) {
+        if (argument.startsWith("level="_s))
+            LogOutput::setDebugLevel(argument.midRef(6).toInt());
+        if (argument == "timestamps"_s)
+            LogOutput::setUseTimestamps(true);
+        if (argument == "no-color"_s)
+            LogOutput::setNoColor(true);
+    }
+    roles.at(arguments.constFirst())();
+    return 0;
+}
+
+QStringList words(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '));
+}
 
 struct Output {
     QByteArray out;
@@ -21,20 +149,15 @@ struct Output {
     int code = -1;
 };
 
-// Runs this program as a child in the given role.
-Output run(const QStringList& arguments)
+// Runs this program as a child, with a role and its settings.
+Output run(const char* arguments)
 {
     QProcess process;
-    process.start(QCoreApplication::applicationFilePath(), QStringList { "--child"_s } + arguments);
+    process.start(QCoreApplication::applicationFilePath(), QStringList { "--child"_s } + words(arguments));
     if (!process.waitForFinished(20000))
         return {};
     return { process.readAllStandardOutput(), process.readAllStandardError(), process.exitStatus(),
              process.exitCode() };
-}
-
-QStringList words(const char* text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char(' '));
 }
 
 } // namespace
@@ -43,88 +166,70 @@ class TestLogOutput : public QObject {
     Q_OBJECT
 
 private slots:
-    void levels_data()
+    void printsTheBytes_data()
     {
-        QTest::addColumn<QString>("level");
+        QTest::addColumn<QByteArray>("arguments");
         QTest::addColumn<QByteArray>("out");
         QTest::addColumn<QByteArray>("err");
+        const auto row
+            = [](const char* name, const char* arguments, const QByteArray& out, const QByteArray& err) {
+                  QTest::newRow(name) << QByteArray(arguments) << out << err;
+              };
+        const QByteArray all = "(D) d\n(I) i\n(W) w\n";
         const QByteArray errors = "(C) c\n(F) f (file.cpp:7, function)\n";
-        QTest::newRow("default") << QString() << QByteArray() << errors;
-        QTest::newRow("-1") << "-1"_s << QByteArray() << QByteArray();
-        QTest::newRow("0") << "0"_s << QByteArray() << errors;
-        QTest::newRow("1") << "1"_s << QByteArray("(W) w\n") << errors;
-        QTest::newRow("2") << "2"_s << QByteArray("(I) i\n(W) w\n") << errors;
-        QTest::newRow("3") << "3"_s << QByteArray("(D) d\n(I) i\n(W) w\n") << errors;
-        QTest::newRow("99") << "99"_s << QByteArray("(D) d\n(I) i\n(W) w\n") << errors;
+        const QByteArray colouredErrors
+            = "\033[0;31m(C) c\n\033[0m\033[0;31m(F) f (file.cpp:7, function)\n\033[0m";
+        row("default level", "all no-color", "", errors);
+        row("level -1", "all no-color level=-1", "", "");
+        row("level 0", "all no-color level=0", "", errors);
+        row("level 1", "all no-color level=1", "(W) w\n", errors);
+        row("level 2", "all no-color level=2", "(I) i\n(W) w\n", errors);
+        row("level 3", "all no-color level=3", all, errors);
+        row("level 99", "all no-color level=99", all, errors);
+        row("coloured, the default", "all level=3",
+            "(D) d\n\033[0m\033[0;32m(I) i\n\033[0m\033[0;33m(W) w\n\033[0m", colouredErrors);
+        row("fatal without file", "no-file no-color", "", "(F) f (:7, function)\n");
+        row("fatal without function", "no-function no-color", "", "(F) f (file.cpp:7, )\n");
+        row("fatal without context", "no-context no-color", "", "(F) f (:0, )\n");
+        row("unknown type", "unknown-type no-color level=3", "", "");
+        row("local encoding", "umlauts no-color", "", "(C) " + "Gerät %s %n"_s.toLocal8Bit() + '\n');
+        row("the handler does not abort", "go-on-after-fatal no-color", "",
+            "(F) f (file.cpp:7, function)\n(C) still here\n");
+        row("installed by the constructor without parser", "installed no-color level=3",
+            "(D) through the macro\n", "(C) through the macro\n");
+        row("not installed by the one with a parser", "with-parser no-color level=3", "",
+            "through the macro\nthrough the macro\n");
+        row("nothing is read or added without a parser", "null-parser no-color level=1", "(W) w\n", errors);
+        row("option level 3", "read-options --no-color --debuglevel 3", all, errors);
+        row("option level 1", "read-options --no-color --debuglevel=1", "(W) w\n", errors);
+        row("option level -1", "read-options --no-color --debuglevel=-1", "", "");
+        row("option level is no number", "read-options --no-color --debuglevel abc", "", errors);
+        row("option level is not decimal", "read-options --no-color --debuglevel 0x3", "", errors);
+        row("no options, what was set before is reset", "read-options nothing-else", "", colouredErrors);
     }
 
-    void levels()
+    void printsTheBytes()
     {
-        QFETCH(const QString, level);
-        QStringList arguments { "all"_s, "no-color"_s };
-        if (!level.isNull())
-            arguments.append("level="_s + level);
-        const Output output = run(arguments);
+        QFETCH(const QByteArray, arguments);
+        const Output output = run(arguments.constData());
         QTEST(output.out, "out");
         QTEST(output.err, "err");
+        QCOMPARE(output.status, QProcess::NormalExit);
         QCOMPARE(output.code, 0);
     }
 
-    void lines_data()
+    void timestampPrefix_data()
     {
-        QTest::addColumn<bool>("coloured");
-        QTest::addColumn<QByteArray>("out");
-        QTest::addColumn<QByteArray>("err");
-        QTest::newRow("coloured, the default")
-            << true
-            << QByteArray("(D) d\n\033[0m"
-                          "\033[0;32m(I) i\n\033[0m"
-                          "\033[0;33m(W) w\n\033[0m")
-            << QByteArray("\033[0;31m(C) c\n\033[0m"
-                          "\033[0;31m(F) f (file.cpp:7, function)\n\033[0m");
-        QTest::newRow("plain") << false << QByteArray("(D) d\n(I) i\n(W) w\n")
-                               << QByteArray("(C) c\n(F) f (file.cpp:7, function)\n");
-    }
-
-    void lines()
-    {
-        QFETCH(const bool, coloured);
-        QStringList arguments = words("all level=3");
-        if (!coloured)
-            arguments.append("no-color"_s);
-        const Output output = run(arguments);
-        QTEST(output.out, "out");
-        QTEST(output.err, "err");
-    }
-
-    void fatalContext_data()
-    {
-        QTest::addColumn<QString>("context");
-        QTest::addColumn<QByteArray>("line");
-        QTest::newRow("no file") << "no-file"_s << QByteArray("(F) f (:7, function)\n");
-        QTest::newRow("no function") << "no-function"_s << QByteArray("(F) f (file.cpp:7, )\n");
-        QTest::newRow("neither") << "no-context"_s << QByteArray("(F) f (:0, )\n");
-    }
-
-    void fatalContext()
-    {
-        QFETCH(const QString, context);
-        const Output output = run({ context, "no-color"_s });
-        QTEST(output.err, "line");
-        QCOMPARE(output.out, QByteArray());
-    }
-
-    void unknownTypePrintsNothing()
-    {
-        const Output output = run(words("unknown-type level=3"));
-        QCOMPARE(output.out + output.err, QByteArray());
-        QCOMPARE(output.code, 0);
+        QTest::addColumn<QByteArray>("arguments");
+        QTest::newRow("set") << QByteArray("all level=3 timestamps no-color");
+        QTest::newRow("by option") << QByteArray("read-options --no-color --debuglevel 3 --timestamps");
     }
 
     void timestampPrefix()
     {
+        QFETCH(const QByteArray, arguments);
         const QTime before = QTime::currentTime();
-        const Output output = run(words("all level=3 timestamps no-color"));
+        const Output output = run(arguments.constData());
         const QTime after = QTime::currentTime();
         const QRegularExpression line(
             "^\\(([DIWCF])\\) (\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d) ([diwcf])( \\(.*\\))?$"_s);
@@ -138,60 +243,26 @@ private slots:
         }
     }
 
-    void localEncoding()
+    void qtEndsTheProgramAfterAFatalMessage()
     {
-        const Output output = run(words("umlauts no-color"));
-        QCOMPARE(output.err, QByteArray("(C) ") + "Gerät %s %n"_s.toLocal8Bit() + '\n');
-    }
-
-    void installedByTheConstructorWithoutParser()
-    {
-        const Output output = run(words("installed level=3 no-color"));
-        QCOMPARE(output.out, QByteArray("(D) through the macro\n"));
-        QCOMPARE(output.err, QByteArray("(C) through the macro\n"));
-    }
-
-    void constructorWithParserInstallsNothing()
-    {
-        const Output output = run(words("with-parser level=3 no-color"));
-        QCOMPARE(output.out, QByteArray());
-        QCOMPARE(output.err, QByteArray("through the macro\nthrough the macro\n"));
-    }
-
-    void handlerDoesNotAbort()
-    {
-        const Output output = run(words("handle-fatal no-color"));
-        QCOMPARE(output.status, QProcess::NormalExit);
-        QCOMPARE(output.code, 0);
-        QCOMPARE(output.err, QByteArray("(F) f (file.cpp:7, function)\n(C) still here\n"));
-    }
-
-    void toolkitEndsTheProgramAfterAFatalMessage()
-    {
-        const Output output = run(words("fatal no-color"));
+        const Output output = run("fatal no-color");
         QCOMPARE(output.status, QProcess::CrashExit);
         QVERIFY2(output.err.startsWith("(F) the end ("), output.err.constData());
-        QVERIFY(!output.err.contains("still here"));
     }
 
     void linesOfSeveralThreadsStayWhole()
     {
-        const Output output = run(words("threads level=3 no-color"));
-        QList<QByteArray> all = output.out.split('\n');
+        QList<QByteArray> all = run("threads level=3 no-color").out.split('\n');
         QVERIFY(all.takeLast().isEmpty());
-        QCOMPARE(all.size(), 4 * 500);
-        QMap<QByteArray, int> counts;
-        for (const QByteArray& line : qAsConst(all))
-            ++counts[line];
-        QCOMPARE(counts.size(), 4);
-        for (int thread = 0; thread < 4; ++thread)
-            QCOMPARE(counts.value("(D) " + QByteArray(200, static_cast<char>('a' + thread))), 500);
+        QCOMPARE(all.size(), threads * linesOfAThread);
+        for (int i = 0; i < threads; ++i)
+            QCOMPARE(all.count("(D) " + textOfThread(i)), linesOfAThread);
     }
 
     void optionsAndTheirTexts()
     {
         QCommandLineParser parser;
-        const LogOutput log(&parser);
+        const LogOutput output(&parser);
         QVERIFY(parser.parse(words("program")));
         QCOMPARE(parser.value("debuglevel"_s), "0"_s);
         const QString help = parser.helpText().simplified();
@@ -202,49 +273,13 @@ private slots:
         QVERIFY(!parser.parse(words("program --timestamps=1")));
         QVERIFY(!parser.parse(words("program --no-color=1")));
     }
-
-    void readsOptions_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QByteArray>("out");
-        QTest::addColumn<QByteArray>("err");
-        const QByteArray all = "(D) d\n(I) i\n(W) w\n";
-        const QByteArray fatal = "(F) f (file.cpp:7, function)\n";
-        QTest::newRow("level 3") << words("--no-color --debuglevel 3") << all << "(C) c\n" + fatal;
-        QTest::newRow("level 1") << words("--no-color --debuglevel=1") << QByteArray("(W) w\n")
-                                 << "(C) c\n" + fatal;
-        QTest::newRow("level -1") << words("--no-color --debuglevel=-1") << QByteArray() << QByteArray();
-        QTest::newRow("no number") << words("--no-color --debuglevel abc") << QByteArray()
-                                   << "(C) c\n" + fatal;
-        QTest::newRow("not decimal") << words("--no-color --debuglevel 0x3") << QByteArray()
-                                     << "(C) c\n" + fatal;
-        QTest::newRow("none: what was set before is reset")
-            << words("nothing-else") << QByteArray()
-            << QByteArray("\033[0;31m(C) c\n\033[0m\033[0;31m(F) f (file.cpp:7, function)\n\033[0m");
-    }
-
-    void readsOptions()
-    {
-        QFETCH(const QStringList, options);
-        const Output output = run(QStringList { "read-options"_s } + options);
-        QTEST(output.out, "out");
-        QTEST(output.err, "err");
-        const Output stamped = run(words("read-options --no-color --debuglevel 3 --timestamps"));
-        QVERIFY(stamped.out.indexOf(':') > 0);
-    }
-
-    void withoutParserNothingIsReadOrAdded()
-    {
-        const Output output = run(words("null-parser level=1 no-color"));
-        QCOMPARE(output.out, QByteArray("(W) w\n"));
-    }
 };
 
 int main(int argc, char* argv[])
 {
-    if (argc > 2 && std::strcmp(argv[1], "--child") == 0)
-        return runAsLogChild(argc, argv);
     const QCoreApplication application(argc, argv);
+    if (argc > 2 && std::strcmp(argv[1], "--child") == 0)
+        return runAsChild();
     TestLogOutput test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// What is compiled into the program: images, the alarm sound and the German texts of Qt.
 #include "support/literals.h"
 
 #include <QDialogButtonBox>
@@ -12,55 +13,35 @@
 #include <QtTest>
 
 namespace {
+
 const auto alarmSound = ":/AlarmSound00.wav"_s;
 const auto translation = ":/qt_de.qm"_s;
 
-QStringList images()
-{
-    return {
-        ":/Size16x16/exit.png"_s,
-        ":/Size16x16/help.png"_s,
-        ":/Size16x16/text_list_bullets.png"_s,
-        ":/Size16x16/tools2.png"_s,
-        ":/Size32x32/exit.png"_s,
-        ":/Size32x32/help.png"_s,
-        ":/Size32x32/minimize.png"_s,
-        ":/Size32x32/thumb-up-sign.png"_s,
-        ":/Size32x32/tools2.png"_s,
-        ":/VarkoLogo200.png"_s,
-        ":/favicon.png"_s,
-    };
-}
+const QMap<QString, QSize> imageSizes {
+    { ":/Size16x16/exit.png"_s, { 16, 16 } },
+    { ":/Size16x16/help.png"_s, { 16, 16 } },
+    { ":/Size16x16/text_list_bullets.png"_s, { 16, 16 } },
+    { ":/Size16x16/tools2.png"_s, { 16, 16 } },
+    { ":/Size32x32/exit.png"_s, { 32, 32 } },
+    { ":/Size32x32/help.png"_s, { 32, 32 } },
+    { ":/Size32x32/minimize.png"_s, { 32, 32 } },
+    { ":/Size32x32/thumb-up-sign.png"_s, { 32, 32 } },
+    { ":/Size32x32/tools2.png"_s, { 32, 32 } },
+    { ":/VarkoLogo200.png"_s, { 200, 76 } },
+    { ":/favicon.png"_s, { 256, 256 } },
+};
 
-// The toolkit's libraries bring resources of their own.
-bool isToolkitResource(const QString& path)
+// The text of the "Cancel" button of a message box or a button box.
+template <typename Box> QString cancelOf(const Box& box)
 {
-    return path.startsWith(QLatin1String(":/qt-project.org/")) || path.startsWith(QLatin1String(":/qpdf/"))
-        || path.startsWith(QLatin1String(":/qgradient/"));
-}
-
-QString withoutMnemonic(QString text)
-{
-    return text.remove(QLatin1Char('&'));
+    return box.button(Box::Cancel)->text().remove(QLatin1Char('&'));
 }
 
 QString messageBoxCancel()
 {
-    const QMessageBox box(QMessageBox::Question, QString(), QString(), QMessageBox::Cancel);
-    return withoutMnemonic(box.button(QMessageBox::Cancel)->text());
+    return cancelOf(QMessageBox(QMessageBox::Question, {}, {}, QMessageBox::Cancel));
 }
 
-QString buttonBoxCancel()
-{
-    const QDialogButtonBox box(QDialogButtonBox::Cancel);
-    return withoutMnemonic(box.button(QDialogButtonBox::Cancel)->text());
-}
-
-QString multimediaText()
-{
-    return QCoreApplication::translate("QMediaPlayer",
-                                       "The QMediaPlayer object does not have a valid service");
-}
 } // namespace
 
 class TestResources : public QObject {
@@ -69,15 +50,17 @@ class TestResources : public QObject {
 private slots:
     void bundleHoldsTheTableAndNothingElse()
     {
+        // Qt's libraries bring resources of their own.
+        const QRegularExpression ofQt("^:/(qt-project\\.org|qpdf|qgradient)/"_s);
         QStringList found;
         QDirIterator files(":/"_s, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         while (files.hasNext()) {
             const QString file = files.next();
-            if (!isToolkitResource(file))
+            if (!ofQt.match(file).hasMatch())
                 found << file;
         }
         found.sort();
-        QStringList expected = images() << alarmSound << translation;
+        QStringList expected = imageSizes.keys() << alarmSound << translation;
         expected.sort();
         QVERIFY2(found == expected, qPrintable(found.join(QLatin1Char(' '))));
     }
@@ -85,42 +68,27 @@ private slots:
     void imageIsReadableAndStoredAsItIs_data()
     {
         QTest::addColumn<QString>("path");
-        QTest::addColumn<QSize>("size");
-        const auto expectedSize = [](const QString& path) {
-            if (path.startsWith(QLatin1String(":/Size16x16/")))
-                return QSize(16, 16);
-            if (path.startsWith(QLatin1String(":/Size32x32/")))
-                return QSize(32, 32);
-            return path == QLatin1String(":/favicon.png") ? QSize(256, 256) : QSize(200, 76);
-        };
-        for (const QString& path : images())
-            QTest::newRow(qPrintable(path)) << path << expectedSize(path);
+        for (const QString& path : imageSizes.keys())
+            QTest::newRow(qPrintable(path)) << path;
     }
 
     void imageIsReadableAndStoredAsItIs()
     {
         QFETCH(const QString, path);
-        QFETCH(const QSize, size);
         const QImage image(path, "PNG");
         QVERIFY(!image.isNull());
-        QCOMPARE(image.size(), size);
+        QCOMPARE(image.size(), imageSizes.value(path));
         QVERIFY(image.hasAlphaChannel());
         QCOMPARE(QResource(path).compressionAlgorithm(), QResource::NoCompression);
     }
 
-    void soundAndTranslationAreCompressed_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("sound") << alarmSound;
-        QTest::newRow("translation") << translation;
-    }
-
     void soundAndTranslationAreCompressed()
     {
-        QFETCH(const QString, path);
-        const QResource resource(path);
-        QCOMPARE(resource.compressionAlgorithm(), QResource::ZlibCompression);
-        QVERIFY(resource.size() < resource.uncompressedSize());
+        for (const QString& path : { alarmSound, translation }) {
+            const QResource resource(path);
+            QCOMPARE(resource.compressionAlgorithm(), QResource::ZlibCompression);
+            QVERIFY2(resource.size() < resource.uncompressedSize(), qPrintable(path));
+        }
     }
 
     void soundIsWave()
@@ -137,13 +105,16 @@ private slots:
     void standardTextsAreGermanWithTheOneCatalogue()
     {
         QCOMPARE(messageBoxCancel(), "Cancel"_s);
-        QTranslator translator;
-        QVERIFY(translator.load(translation));
-        QCoreApplication::installTranslator(&translator);
-        QCOMPARE(messageBoxCancel(), "Abbrechen"_s);
-        QCOMPARE(buttonBoxCancel(), "Abbrechen"_s);
-        QCOMPARE(multimediaText(), "Das QMediaPlayer-Objekt hat keinen gültigen Dienst"_s);
-        QCoreApplication::removeTranslator(&translator);
+        {
+            QTranslator translator;
+            QVERIFY(translator.load(translation));
+            QCoreApplication::installTranslator(&translator);
+            QCOMPARE(messageBoxCancel(), "Abbrechen"_s);
+            QCOMPARE(cancelOf(QDialogButtonBox(QDialogButtonBox::Cancel)), "Abbrechen"_s);
+            QCOMPARE(QCoreApplication::translate("QMediaPlayer",
+                                                 "The QMediaPlayer object does not have a valid service"),
+                     "Das QMediaPlayer-Objekt hat keinen gültigen Dienst"_s);
+        }
         QCOMPARE(messageBoxCancel(), "Cancel"_s);
     }
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The single-instance guard between real processes of the program.
-#include "support/monitorprocess.h"
 #include "support/literals.h"
+#include "support/monitorprocess.h"
 
 #include <QFileInfo>
 #include <QtTest>
@@ -11,6 +11,7 @@
 #include <vector>
 
 namespace {
+
 // What the system makes of the exit code -2.
 constexpr int secondInstance = 254;
 constexpr int starts = 8;
@@ -26,6 +27,7 @@ void leaveStaleName(const MonitorHome& home)
     QVERIFY(killed.kill());
     QVERIFY(QFileInfo::exists(home.socketPath()));
 }
+
 } // namespace
 
 class TestSingleInstanceProcesses : public QObject {
@@ -43,18 +45,17 @@ private slots:
     void secondStartRaisesTheFirstAndEnds()
     {
         QFETCH(const QByteArray, order);
-        QFETCH(const QByteArray, state);
         const MonitorHome home;
         MonitorProcess first(home);
         QVERIFY(first.waitForWindow());
         QCOMPARE(first.order(order), QByteArray("done"));
-        QCOMPARE(first.order("state"), state);
+        QTEST(first.order("state"), "state");
 
         MonitorProcess second(home);
         QCOMPARE(second.waitForExitCode(), secondInstance);
         QVERIFY(second.logs(clientLine));
         QVERIFY(!second.logs(serverLine));
-        QVERIFY(second.log().endsWith(QLatin1String("\nmain: exit -2\n")));
+        QVERIFY(second.log().endsWith("\nmain: exit -2\n"_s));
         QVERIFY(first.waitForWindow());
         QVERIFY(first.logs(showLine));
         QVERIFY(first.isRunning());
@@ -73,7 +74,6 @@ private slots:
         const MonitorHome home;
         if (stale)
             leaveStaleName(home);
-
         std::vector<std::unique_ptr<MonitorProcess>> monitors;
         for (int i = 0; i < starts; ++i)
             monitors.push_back(std::make_unique<MonitorProcess>(home));
@@ -83,13 +83,9 @@ private slots:
         };
         QTRY_COMPARE_WITH_TIMEOUT(running(), 1, MonitorProcess::timeoutMs);
         for (const auto& monitor : monitors) {
-            if (monitor->isRunning()) {
-                QVERIFY(monitor->waitForWindow());
-                QVERIFY(monitor->logs(serverLine));
-            } else {
-                QCOMPARE(monitor->waitForExitCode(), secondInstance);
-                QVERIFY(!monitor->logs(serverLine));
-            }
+            const bool stays = monitor->isRunning();
+            QVERIFY(stays ? monitor->waitForWindow() : monitor->waitForExitCode() == secondInstance);
+            QCOMPARE(monitor->logs(serverLine), stays);
         }
         // The one that stayed is the one that is found.
         MonitorProcess late(home);
@@ -106,7 +102,7 @@ private slots:
         QVERIFY(next.logs(serverLine));
         MonitorProcess third(home);
         QCOMPARE(third.waitForExitCode(), secondInstance);
-        QTRY_VERIFY(next.logs(showLine));
+        QVERIFY(QTest::qWaitFor([&] { return next.logs(showLine); }));
     }
 
     void regularEndFreesTheName()

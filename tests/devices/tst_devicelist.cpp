@@ -1,49 +1,52 @@
 // SPDX-License-Identifier: MIT
+// The list of units: what it contains, how units come and go, and what it passes on.
 #include "devices/devicelist.h"
 
 #include "devices/device.h"
+#include "support/literals.h"
 #include "support/signalrecorder.h"
 #include "support/units.h"
-#include "support/literals.h"
 
-#include <QMetaMethod>
+#include <QPointer>
 #include <QWidget>
 #include <QtTest>
 
 #include <exception>
+#include <functional>
 #include <typeinfo>
 
-namespace {
-const auto http = "http"_s;
-const auto host = "alarm 1"_s;
-const auto listChanged = "list.listChanged"_s;
-const auto deviceChanged = "list.deviceChanged"_s;
-const auto deviceStatesChanged = "list.deviceStatesChanged"_s;
-const auto alertChanged = "list.alertChanged"_s;
+using Removal = std::function<void(DeviceList&)>;
+Q_DECLARE_METATYPE(Removal)
 
-Device* addUnit(DeviceList& list, const QString& unitHost, int zmqPort = 5566)
+namespace {
+
+// No resolver is asked for a name with a blank.
+const auto host = "alarm 1"_s;
+
+Device* add(DeviceList& list, int zmqPort, const QString& unitHost = host)
 {
-    return list.addDevice(unitHost, zmqPort, 80, http);
+    return list.addDevice(unitHost, zmqPort, 80, "http"_s);
 }
+
+void deleteDeferred()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+QVector<int> ports(const DeviceList& list)
+{
+    QVector<int> result;
+    for (int i = 0; i < list.count(); ++i)
+        result.append(list.at(i)->zmqPort());
+    return result;
+}
+
 } // namespace
 
 class TestDeviceList : public QObject {
     Q_OBJECT
 
 private slots:
-    void declaresItsSignalsInOrder()
-    {
-        QList<QByteArray> declared;
-        const QMetaObject& meta = DeviceList::staticMetaObject;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            if (meta.method(i).methodType() == QMetaMethod::Signal)
-                declared.append(meta.method(i).methodSignature());
-        }
-        QCOMPARE(declared,
-                 QList<QByteArray>({ "listChanged()", "listRead()", "listCleared()", "deviceChanged(Device*)",
-                                     "activateWindow()", "deviceStatesChanged()", "alertChanged()" }));
-    }
-
     void belongsToTheWidget()
     {
         QWidget window;
@@ -69,11 +72,12 @@ private slots:
 
     void indexOutOfRangeThrows()
     {
-        QFETCH(int, count);
-        QFETCH(int, index);
+        QFETCH(const int, count);
+        QFETCH(const int, index);
         DeviceList list(nullptr);
         for (int i = 0; i < count; ++i)
-            QCOMPARE(list.at(i), addUnit(list, host, i));
+            QCOMPARE(list.at(i), add(list, i));
+        SignalRecorder recorder(list);
         const auto isPlainException = [&](auto call) {
             try {
                 call();
@@ -84,6 +88,9 @@ private slots:
         };
         QVERIFY(isPlainException([&] { list.at(index); }));
         QVERIFY(isPlainException([&] { list.device(index); }));
+        QVERIFY(isPlainException([&] { list.removeAt(index); }));
+        QCOMPARE(list.count(), count);
+        QCOMPARE(recorder.take(), QString());
     }
 
     void unitIsFoundByExactHostAndPort_data()
@@ -93,7 +100,8 @@ private slots:
         QTest::addColumn<int>("index");
         QTest::newRow("first") << host << 5566 << 0;
         QTest::newRow("another port") << host << 5567 << 1;
-        QTest::newRow("unknown port") << host << 5568 << -1;
+        QTest::newRow("the first of two equal units") << host << 5568 << 2;
+        QTest::newRow("unknown port") << host << 5569 << -1;
         QTest::newRow("another letter case") << "Alarm 1"_s << 5566 << -1;
         QTest::newRow("unknown host") << "alarm 2"_s << 5566 << -1;
         QTest::newRow("part of the host") << "alarm"_s << 5566 << -1;
@@ -102,58 +110,58 @@ private slots:
 
     void unitIsFoundByExactHostAndPort()
     {
-        QFETCH(QString, soughtHost);
-        QFETCH(int, soughtPort);
+        QFETCH(const QString, soughtHost);
+        QFETCH(const int, soughtPort);
         DeviceList list(nullptr);
-        addUnit(list, host, 5566);
-        addUnit(list, host, 5567);
+        for (const int port : { 5566, 5567, 5568 })
+            add(list, port);
+        add(list, 1)->setZmqPort(5568);
         QTEST(list.indexOf(soughtHost, soughtPort), "index");
     }
 
-    void firstOfTwoEqualUnitsIsFound()
+    void containsItsOwnUnits()
     {
         DeviceList list(nullptr);
-        addUnit(list, host, 1);
-        addUnit(list, host, 2);
-        addUnit(list, host, 3)->setZmqPort(2);
-        QCOMPARE(list.indexOf(host, 2), 1);
+        Device* first = add(list, 1);
+        const Device* second = add(list, 2);
+        const Device outside(&list);
+        QVERIFY(list.contains(first));
+        QVERIFY(list.contains(second));
+        QVERIFY(!list.contains(&outside));
+        QVERIFY(!list.contains(nullptr));
+        list.removeDevice(first);
+        QVERIFY(!list.contains(first));
+        QVERIFY(list.contains(second));
     }
 
     void addedUnitIsAnnouncedAndAppended()
     {
         DeviceList list(nullptr);
-        addUnit(list, host);
-        SignalRecorder recorder;
-        recorder.watch(list);
+        add(list, 1);
+        SignalRecorder recorder(list);
         Device* device = list.addDevice("alarm 2"_s, 5567, 8080, "https"_s);
-        QVERIFY(device);
         QCOMPARE(recorder.take(),
-                 QStringList({ deviceStatesChanged, alertChanged, deviceChanged, deviceChanged, deviceChanged,
-                               deviceChanged, listChanged }));
+                 "list.deviceStatesChanged list.alertChanged list.deviceChanged list.deviceChanged "
+                 "list.deviceChanged list.deviceChanged list.listChanged"_s);
         QCOMPARE(list.count(), 2);
         QCOMPARE(list.at(1), device);
         QCOMPARE(list.device(1), device);
         QCOMPARE(device->parent(), &list);
-        QCOMPARE(device->host(), "alarm 2"_s);
-        QCOMPARE(device->zmqPort(), 5567);
-        QCOMPARE(device->webPort(), 8080);
-        QCOMPARE(device->webScheme(), "https"_s);
         QVERIFY(!device->monitored());
     }
 
     void unitTellsOfItselfBeforeItIsInTheList()
     {
-        DeviceList list(nullptr);
         QStringList seen;
-        const QObject scope;
-        connect(&list, &DeviceList::deviceChanged, &scope, [&](const Device* device) {
+        DeviceList list(nullptr);
+        connect(&list, &DeviceList::deviceChanged, &list, [&](const Device* device) {
             seen.append("%1 %2 %3 %4 of %5"_s.arg(device->host())
                             .arg(device->zmqPort())
                             .arg(device->webPort())
                             .arg(device->webScheme())
                             .arg(list.count()));
         });
-        connect(&list, &DeviceList::listChanged, &scope, [&] { seen.append(QString::number(list.count())); });
+        connect(&list, &DeviceList::listChanged, &list, [&] { seen.append(QString::number(list.count())); });
         list.addDevice(host, 1, 2, "https"_s);
         QCOMPARE(seen,
                  QStringList({ "alarm 1 5566 80 http of 0"_s, "alarm 1 1 80 http of 0"_s,
@@ -172,13 +180,12 @@ private slots:
 
     void knownUnitIsNotAddedAgain()
     {
-        QFETCH(QString, addedHost);
-        QFETCH(int, addedPort);
-        QFETCH(bool, added);
+        QFETCH(const QString, addedHost);
+        QFETCH(const int, addedPort);
+        QFETCH(const bool, added);
         DeviceList list(nullptr);
-        list.addDevice(host, 5566, 80, http);
-        SignalRecorder recorder;
-        recorder.watch(list);
+        add(list, 5566);
+        SignalRecorder recorder(list);
         // Web port and scheme do not make another unit.
         QCOMPARE(list.addDevice(addedHost, addedPort, 443, "https"_s) != nullptr, added);
         QCOMPARE(list.count(), added ? 2 : 1);
@@ -190,47 +197,96 @@ private slots:
     void monitoringIsPassedOn()
     {
         DeviceList list(nullptr);
-        Device* device = addUnit(list, host);
-        SignalRecorder recorder;
-        recorder.watch(list);
+        Device* device = add(list, 1);
+        SignalRecorder recorder(list);
         list.setMonitored(device, true);
         QVERIFY(device->monitored());
-        QCOMPARE(recorder.take(), QStringList { deviceChanged });
+        QCOMPARE(recorder.take(), "list.deviceChanged"_s);
         list.setMonitored(device, true);
         list.setMonitored(nullptr, true);
         list.setMonitored(nullptr, false);
-        QCOMPARE(recorder.take(), QStringList());
+        QCOMPARE(recorder.take(), QString());
         list.setMonitored(device, false);
         QVERIFY(!device->monitored());
     }
 
-    void notifiesOfTheUnit()
-    {
-        DeviceList list(nullptr);
-        addUnit(list, host, 1);
-        Device* second = addUnit(list, host, 2);
-        SignalRecorder recorder;
-        recorder.watch(list);
-        Device* notified = nullptr;
-        const QObject scope;
-        connect(&list, &DeviceList::deviceChanged, &scope, [&](Device* device) { notified = device; });
-        list.notifyDeviceChanged(second);
-        QCOMPARE(notified, second);
-        QCOMPARE(recorder.take(), QStringList { deviceChanged });
-    }
-
     void forwardsWhatUnitsSignal()
     {
+        Device* notified = nullptr;
         DeviceList list(nullptr);
-        Device* device = addUnit(list, host);
-        SignalRecorder recorder;
-        recorder.watch(list);
+        add(list, 1);
+        Device* device = add(list, 2);
+        SignalRecorder recorder(list);
+        connect(&list, &DeviceList::deviceChanged, &list, [&](Device* changed) { notified = changed; });
+        list.notifyDeviceChanged(device);
+        QCOMPARE(recorder.take(), "list.deviceChanged"_s);
+        QCOMPARE(notified, device);
         emit device->deviceStateChanged();
-        QCOMPARE(recorder.take(), QStringList { deviceStatesChanged });
+        QCOMPARE(recorder.take(), "list.deviceStatesChanged"_s);
         device->setWarnings({ warning("Feuer"_s) });
-        QCOMPARE(recorder.take(), QStringList({ deviceStatesChanged, alertChanged }));
-        device->setQorName("Halle 2"_s);
-        QCOMPARE(recorder.take(), QStringList { deviceChanged });
+        QCOMPARE(recorder.take(), "list.deviceStatesChanged list.alertChanged"_s);
+    }
+
+    void removedUnitLivesUntilTheEventLoop_data()
+    {
+        QTest::addColumn<Removal>("remove");
+        QTest::newRow("by pointer") << Removal([](DeviceList& list) { list.removeDevice(list.at(1)); });
+        QTest::newRow("by index") << Removal([](DeviceList& list) { list.removeAt(1); });
+    }
+
+    void removedUnitLivesUntilTheEventLoop()
+    {
+        QFETCH(const Removal, remove);
+        QVector<int> portsAtSignal;
+        DeviceList list(nullptr);
+        add(list, 1);
+        const QPointer<Device> device = add(list, 2);
+        add(list, 3);
+        connect(&list, &DeviceList::listChanged, &list, [&] { portsAtSignal = ports(list); });
+        SignalRecorder recorder(list);
+        remove(list);
+        QCOMPARE(recorder.take(), "list.listChanged"_s);
+        QCOMPARE(portsAtSignal, QVector<int>({ 1, 3 }));
+        QVERIFY(device);
+        QCOMPARE(device->host(), host);
+        deleteDeferred();
+        QVERIFY(!device);
+        QCOMPARE(recorder.take(), QString());
+        QCOMPARE(ports(list), QVector<int>({ 1, 3 }));
+        QCOMPARE(list.findChildren<Device*>().size(), 2);
+    }
+
+    void removalDoesNotAskWhetherTheUnitIsInTheList()
+    {
+        DeviceList list(nullptr);
+        add(list, 1);
+        const QPointer<Device> outside = new Device(&list);
+        SignalRecorder recorder(list);
+        list.removeDevice(outside);
+        QCOMPARE(recorder.take(), "list.listChanged"_s);
+        QVERIFY(outside);
+        deleteDeferred();
+        QVERIFY(!outside);
+        list.removeDevice(nullptr);
+        QCOMPARE(recorder.take(), "list.listChanged"_s);
+        QCOMPARE(list.count(), 1);
+    }
+
+    void clearEmptiesBeforeItsSignalsAndDeletesFromLastToFirst()
+    {
+        QStringList seen;
+        DeviceList list(nullptr);
+        for (const int port : { 1, 2, 3 })
+            connect(add(list, port), &QObject::destroyed, this,
+                    [&seen, port] { seen.append("deleted %1"_s.arg(port)); });
+        connect(&list, &DeviceList::listChanged, &list,
+                [&] { seen.append("changed %1"_s.arg(list.count())); });
+        connect(&list, &DeviceList::listCleared, &list,
+                [&] { seen.append("cleared %1"_s.arg(list.count())); });
+        list.clear();
+        QCOMPARE(seen, QStringList({ "changed 0"_s, "cleared 0"_s }));
+        deleteDeferred();
+        QCOMPARE(seen.mid(2), QStringList({ "deleted 3"_s, "deleted 2"_s, "deleted 1"_s }));
     }
 };
 

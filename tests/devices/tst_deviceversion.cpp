@@ -2,65 +2,31 @@
 // What a unit says of newer software for it.
 #include "devices/device.h"
 
-#include "devices/devicelist.h"
-#include "support/signalrecorder.h"
-#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
+#include "support/messageboxes.h"
+#include "support/signalrecorder.h"
+#include "support/units.h"
 
-#include <QApplication>
 #include <QLocale>
-#include <QMessageBox>
-#include <QTimer>
 #include <QtTest>
 
 namespace {
-const auto deviceStateChanged = "deviceStateChanged"_s;
-const auto deviceStatesChanged = "list.deviceStatesChanged"_s;
-const auto versionDataChanged = "versionDataChanged"_s;
+
 const auto oldDate = "01. Dec 2024"_s;
 const auto newDate = "01. Jan 2025"_s;
 const auto number = "1.0"_s;
 const auto newNumber = "1.1"_s;
-const auto hint = "Neue SW Version verfügbar V1.1"_s;
 
-// Answers every message box that comes up while it lives, and counts them.
-class BoxAnswerer : public QTimer {
-public:
-    BoxAnswerer()
-    {
-        connect(this, &QTimer::timeout, this, [this] { answer(); });
-        start(5);
-    }
-    int count() const { return m_count; }
-    QString text() const { return m_text; }
-    QString title() const { return m_title; }
-    QWidget* parentWidget() const { return m_parentWidget; }
-    QMessageBox::StandardButtons buttons() const { return m_buttons; }
-    QMessageBox::Icon icon() const { return m_icon; }
+// The display texts of a unit with a hint at this version; without a number, those of one without a hint.
+QStringList textsWithHint(const QString& remoteNo = {})
+{
+    QStringList texts { disconnectedText };
+    if (!remoteNo.isNull())
+        texts.append("Neue SW Version verfügbar V"_s + remoteNo);
+    return texts;
+}
 
-private:
-    void answer()
-    {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        ++m_count;
-        m_text = box->text();
-        m_title = box->windowTitle();
-        m_parentWidget = box->parentWidget();
-        m_buttons = box->standardButtons();
-        m_icon = box->icon();
-        box->accept();
-    }
-
-    int m_count = 0;
-    QString m_text;
-    QString m_title;
-    QWidget* m_parentWidget = nullptr;
-    QMessageBox::StandardButtons m_buttons;
-    QMessageBox::Icon m_icon = QMessageBox::NoIcon;
-};
 } // namespace
 
 class TestDeviceVersion : public QObject {
@@ -76,108 +42,93 @@ private slots:
         QTest::addColumn<QString>("remoteNo");
         QTest::addColumn<QString>("remoteDate");
         QTest::addColumn<bool>("newer");
-        const auto row = [](const char* what, const QString& localNo, const QString& localDate,
-                            const QString& remoteNo, const QString& remoteDate, bool newer) {
+        const auto row = [](const char* what, const QString& localDate, const QString& remoteDate, bool newer,
+                            const QString& localNo = number, const QString& remoteNo = newNumber) {
             QTest::newRow(what) << localNo << localDate << remoteNo << remoteDate << newer;
         };
         const auto unreadable = "2025-01-01"_s;
-        row("later", number, oldDate, newNumber, newDate, true);
-        row("a day later", number, oldDate, newNumber, "02. Dec 2024"_s, true);
-        row("later with the lower number", newNumber, oldDate, newNumber.chopped(1) + QLatin1Char('0'),
-            newDate, true);
-        row("later with the same number", number, oldDate, number, newDate, true);
-        row("the same day", number, newDate, newNumber, newDate, false);
-        row("earlier", number, newDate, newNumber, oldDate, false);
-        row("the local date is unreadable", number, unreadable, newNumber, newDate, true);
-        row("the local date is empty", number, {}, newNumber, newDate, true);
-        row("the remote date is unreadable", number, oldDate, newNumber, unreadable, false);
-        row("the remote date is German", number, oldDate, newNumber, "31. Dez 2024"_s, false);
-        row("the remote date does not exist", number, oldDate, newNumber, "30. Feb 2025"_s, false);
-        row("the remote date is empty", number, oldDate, newNumber, {}, false);
-        row("both dates are unreadable", number, unreadable, newNumber, unreadable, false);
-        row("both dates are empty", number, {}, newNumber, {}, false);
+        row("later", oldDate, newDate, true);
+        row("a day later", oldDate, "02. Dec 2024"_s, true);
+        row("later with the lower number", oldDate, newDate, true, "1.1"_s, "1.0"_s);
+        row("later with the same number", oldDate, newDate, true, number, number);
+        row("the same day", newDate, newDate, false);
+        row("earlier", newDate, oldDate, false);
+        row("the local date is unreadable", unreadable, newDate, true);
+        row("the local date is empty", {}, newDate, true);
+        row("the remote date is unreadable", oldDate, unreadable, false);
+        row("the remote date is German", oldDate, "31. Dez 2024"_s, false);
+        row("the remote date does not exist", oldDate, "30. Feb 2025"_s, false);
+        row("the remote date is empty", oldDate, {}, false);
+        row("both dates are unreadable", unreadable, unreadable, false);
+        row("both dates are empty", {}, {}, false);
     }
 
     void onlyTheDatesDecide()
     {
-        QFETCH(QString, localNo);
-        QFETCH(QString, localDate);
-        QFETCH(QString, remoteNo);
-        QFETCH(QString, remoteDate);
-        QFETCH(bool, newer);
-        DeviceList list(nullptr);
-        Device device(&list);
+        QFETCH(const QString, localNo);
+        QFETCH(const QString, localDate);
+        QFETCH(const QString, remoteNo);
+        QFETCH(const QString, remoteDate);
+        QFETCH(const bool, newer);
+        RecordedUnit unit;
         const LogCapture log;
-        device.processQorMessage(versionInfo({}, localNo, localDate, remoteNo, remoteDate));
-        QStringList expected { disconnectedText };
+        unit.device.processQorMessage(versionInfo({}, localNo, localDate, remoteNo, remoteDate));
+        QCOMPARE(displayTexts(unit.device), textsWithHint(newer ? remoteNo : QString()));
+        QStringList lines;
         if (newer)
-            expected.append("Neue SW Version verfügbar V"_s + remoteNo);
-        QCOMPARE(displayTexts(device), expected);
-        QCOMPARE(log.lines().size(), newer ? 1 : 0);
-        QCOMPARE(log.count(QtCriticalMsg, "updateVersionInfo2 \"%1\" \"%2\""_s.arg(localNo, remoteNo)),
-                 newer ? 1 : 0);
+            lines.append("C updateVersionInfo2 \"%1\" \"%2\""_s.arg(localNo, remoteNo));
+        QCOMPARE(log.taggedLines(), lines);
     }
 
     void datesAreEnglishWhateverTheLocale()
     {
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        DeviceList list(nullptr);
-        Device device(&list);
-        device.updateVersionInfo(number, "05. Mar 2024"_s, newNumber, "01. Oct 2024"_s);
-        QCOMPARE(displayTexts(device), QStringList({ disconnectedText, hint }));
-        device.updateVersionInfo(newNumber, "01. Oct 2024"_s, newNumber, "05. Mar 2024"_s);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, "05. Mar 2024"_s, newNumber, "01. Oct 2024"_s);
+        QCOMPARE(displayTexts(unit.device), textsWithHint(newNumber));
+        unit.device.updateVersionInfo(newNumber, "01. Oct 2024"_s, newNumber, "05. Mar 2024"_s);
+        QCOMPARE(displayTexts(unit.device), textsWithHint());
     }
 
     void newVersionIsAnnouncedInOrder()
     {
-        DeviceList list(nullptr);
-        Device device(&list);
-        SignalRecorder recorder;
-        recorder.watch(list);
-        recorder.watch(device);
-        device.updateVersionInfo(number, oldDate, newNumber, newDate);
-        const QStringList announced { versionDataChanged, deviceStatesChanged, deviceStateChanged };
-        QCOMPARE(recorder.take(), announced);
-        QVERIFY(device.alert());
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, oldDate, newNumber, newDate);
+        const auto announced = "versionDataChanged list.deviceStatesChanged deviceStateChanged"_s;
+        QCOMPARE(unit.recorder.take(), announced);
+        QVERIFY(unit.device.alert());
         // What ends the hint is announced in the same way.
-        device.updateVersionInfo(newNumber, newDate, newNumber, newDate);
-        QCOMPARE(recorder.take(), announced);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
+        unit.device.updateVersionInfo(newNumber, newDate, newNumber, newDate);
+        QCOMPARE(unit.recorder.take(), announced);
+        QCOMPARE(displayTexts(unit.device), textsWithHint());
     }
 
     void sameReportAgainIsSilent()
     {
-        DeviceList list(nullptr);
-        Device device(&list);
-        const QByteArray report = versionInfo("Halle 2"_s, number, oldDate, newNumber, newDate);
-        device.processQorMessage(report);
-        const QJsonArray messages = device.messages();
-        SignalRecorder recorder;
-        recorder.watch(list);
-        recorder.watch(device);
+        RecordedUnit unit;
+        const QByteArray report = newerVersionInfo("Halle 2"_s);
+        unit.device.processQorMessage(report);
+        const QJsonArray messages = unit.device.messages();
+        unit.recorder.take();
         const LogCapture log;
-        device.processQorMessage(report);
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(device.messages(), messages);
+        unit.device.processQorMessage(report);
+        QCOMPARE(unit.recorder.take(), QString());
+        QCOMPARE(unit.device.messages(), messages);
         QVERIFY(log.lines().isEmpty());
     }
 
     void newDatesAloneAreIgnored()
     {
-        DeviceList list(nullptr);
-        Device device(&list);
-        device.updateVersionInfo(number, newDate, newNumber, oldDate);
-        SignalRecorder recorder;
-        recorder.watch(list);
-        recorder.watch(device);
-        device.updateVersionInfo(number, oldDate, newNumber, newDate);
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, newDate, newNumber, oldDate);
+        unit.recorder.take();
+        unit.device.updateVersionInfo(number, oldDate, newNumber, newDate);
+        QCOMPARE(unit.recorder.take(), QString());
+        QCOMPARE(displayTexts(unit.device), textsWithHint());
         // The dates themselves have not been taken either.
-        const BoxAnswerer answerer;
-        device.showVersionHint();
-        QCOMPARE(answerer.count(), 0);
+        const MessageBoxes boxes;
+        unit.device.showVersionHint();
+        QCOMPARE(boxes.count(), 0);
     }
 
     void changedNumberIsTakenWithItsDates_data()
@@ -190,26 +141,21 @@ private slots:
 
     void changedNumberIsTakenWithItsDates()
     {
-        QFETCH(QString, localNo);
-        QFETCH(QString, remoteNo);
-        DeviceList list(nullptr);
-        Device device(&list);
-        device.updateVersionInfo(number, newDate, newNumber, oldDate);
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
-        device.updateVersionInfo(localNo, oldDate, remoteNo, newDate);
-        QCOMPARE(displayTexts(device),
-                 QStringList({ disconnectedText, "Neue SW Version verfügbar V"_s + remoteNo }));
+        QFETCH(const QString, localNo);
+        QFETCH(const QString, remoteNo);
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, newDate, newNumber, oldDate);
+        QCOMPARE(displayTexts(unit.device), textsWithHint());
+        unit.device.updateVersionInfo(localNo, oldDate, remoteNo, newDate);
+        QCOMPARE(displayTexts(unit.device), textsWithHint(remoteNo));
     }
 
     void firstReportWithoutNumbersIsIgnored()
     {
-        DeviceList list(nullptr);
-        Device device(&list);
-        SignalRecorder recorder;
-        recorder.watch(device);
-        device.updateVersionInfo({}, oldDate, {}, newDate);
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(displayTexts(device), QStringList { disconnectedText });
+        RecordedUnit unit;
+        unit.device.updateVersionInfo({}, oldDate, {}, newDate);
+        QCOMPARE(unit.recorder.take(), QString());
+        QCOMPARE(displayTexts(unit.device), textsWithHint());
     }
 
     void hintBoxAsksForTheUpdate()
@@ -219,29 +165,28 @@ private slots:
         DeviceList list(&window);
         Device device(&list);
         // A name with a place marker must not swallow the number.
-        device.processQorMessage(versionInfo("Halle %2"_s, number, oldDate, newNumber, newDate));
-        const BoxAnswerer answerer;
+        device.processQorMessage(newerVersionInfo("Halle %2"_s));
+        const MessageBoxes boxes;
         device.showVersionHint();
-        QCOMPARE(answerer.count(), 1);
-        QCOMPARE(answerer.text(),
-                 QStringLiteral(
-                     "Für ihre QORweb II Halle %2 liegt eine neue Version 1.1 vor.\nEs wird empfohlen, das "
-                     "Update im Systemmenü der Web Oberfläche auszuführen."));
-        QCOMPARE(answerer.title(), "QorMonitor"_s);
-        QCOMPARE(answerer.parentWidget(), &window);
-        QCOMPARE(answerer.buttons(), QMessageBox::StandardButtons(QMessageBox::Ok));
-        QCOMPARE(answerer.icon(), QMessageBox::Information);
+        QCOMPARE(boxes.count(), 1);
+        const MessageBoxes::Box& box = boxes.seen().constFirst();
+        QCOMPARE(box.text,
+                 "Für ihre QORweb II Halle %2 liegt eine neue Version 2.2 vor.\nEs wird empfohlen, das "
+                 "Update im Systemmenü der Web Oberfläche auszuführen."_s);
+        QCOMPARE(box.title, "QorMonitor"_s);
+        QCOMPARE(box.parent, &window);
+        QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+        QCOMPARE(box.icon, QMessageBox::Information);
     }
 
     void hintBoxWorksWithoutAWindow()
     {
-        DeviceList list(nullptr);
-        Device device(&list);
-        device.updateVersionInfo(number, oldDate, newNumber, newDate);
-        const BoxAnswerer answerer;
-        device.showVersionHint();
-        QCOMPARE(answerer.count(), 1);
-        QVERIFY(!answerer.parentWidget());
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, oldDate, newNumber, newDate);
+        const MessageBoxes boxes;
+        unit.device.showVersionHint();
+        QCOMPARE(boxes.count(), 1);
+        QVERIFY(!boxes.seen().constFirst().parent);
     }
 
     void noHintBoxWithoutLaterVersion_data()
@@ -256,14 +201,13 @@ private slots:
 
     void noHintBoxWithoutLaterVersion()
     {
-        QFETCH(QString, localDate);
-        QFETCH(QString, remoteDate);
-        DeviceList list(nullptr);
-        Device device(&list);
-        device.updateVersionInfo(number, localDate, newNumber, remoteDate);
-        const BoxAnswerer answerer;
-        device.showVersionHint();
-        QCOMPARE(answerer.count(), 0);
+        QFETCH(const QString, localDate);
+        QFETCH(const QString, remoteDate);
+        RecordedUnit unit;
+        unit.device.updateVersionInfo(number, localDate, newNumber, remoteDate);
+        const MessageBoxes boxes;
+        unit.device.showVersionHint();
+        QCOMPARE(boxes.count(), 0);
     }
 };
 

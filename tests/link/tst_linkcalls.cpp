@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
-// What a link asks of the ZeroMQ library, in which order and on which thread.
+// What a link asks of the ZeroMQ library, in which order and on which thread; and what the caller sees when
+// the library fails, after which the link can be used again.
 #include "link/qorinterface.h"
 
+#include "support/linkjournal.h"
+#include "support/literals.h"
+#include "support/logcapture.h"
 #include "support/units.h"
 #include "support/zmqfaults.h"
-#include "support/literals.h"
-#include "support/publisher.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -13,11 +15,16 @@
 #include <zmq.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 using zmqfaults::Call;
 
+Q_DECLARE_METATYPE(Call)
+
 namespace {
+
+const auto caughtLine = "QorInterface::run(): caught unspecified exception"_s;
 
 QVector<Call> kinds()
 {
@@ -27,13 +34,61 @@ QVector<Call> kinds()
     return result;
 }
 
+QVector<zmqfaults::Record> disconnects()
+{
+    QVector<zmqfaults::Record> result = zmqfaults::records();
+    result.erase(std::remove_if(result.begin(), result.end(),
+                                [](const auto& record) { return record.call != Call::Disconnect; }),
+                 result.end());
+    return result;
+}
+
+QByteArray endpointOf(const Publisher& publisher)
+{
+    return "tcp://127.0.0.1:" + QByteArray::number(publisher.port());
+}
+
+// The error number with which the action throws; 0 when it does not.
+template <typename Action> int errorOf(Action action)
+{
+    try {
+        action();
+        return 0;
+    } catch (const zmq::error_t& error) {
+        return error.num();
+    }
+}
+
+// Hears a unit, and is left as an idle link.
+void verifyUsable(QorInterface& link)
+{
+    QVERIFY(!zmqfaults::isArmed());
+    QVERIFY(!link.isRunning());
+    QCOMPARE(link.state(), QorInterface::Disconnected);
+    Publisher publisher;
+    const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+    QVERIFY(connectTo(link, publisher));
+    publisher.send("{}");
+    QTRY_COMPARE(received.count(), 1);
+    link.disconnectQor();
+    QVERIFY(publisher.waitForUnsubscriber());
+}
+
 } // namespace
 
 class TestLinkCalls : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { zmqfaults::reset(); }
+    void init()
+    {
+        m_publisher = std::make_unique<Publisher>();
+        m_link = std::make_unique<QorInterface>();
+        zmqfaults::reset();
+    }
+
+    void cleanup() { m_link.reset(); }
+
     void makesAContextAndASocket()
     {
         const QorInterface first;
@@ -48,45 +103,33 @@ private slots:
 
     void subscribesThenConnects()
     {
-        Publisher publisher;
-        QorInterface link;
-        zmqfaults::reset();
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         QCOMPARE(kinds(), QVector<Call>({ Call::Subscribe, Call::Connect, Call::InitMessage }));
         const QVector<zmqfaults::Record> records = zmqfaults::records();
-        QCOMPARE(records.at(1).endpoint, "tcp://127.0.0.1:" + QByteArray::number(publisher.port()));
+        QCOMPARE(records.at(1).endpoint, endpointOf(*m_publisher));
         QCOMPARE(records.at(1).thread, QThread::currentThreadId());
         QVERIFY(records.at(2).thread != QThread::currentThreadId());
     }
 
     void connectsToAnIpv6AddressAsItStands()
     {
-        QorInterface link;
-        QVERIFY(link.connectQor("::1"_s, 5566));
-        QCOMPARE(link.ipAddress(), "::1"_s);
-        link.disconnectQor();
-        for (const zmqfaults::Record& record : zmqfaults::records()) {
-            if (record.call == Call::Connect || record.call == Call::Disconnect)
-                QCOMPARE(record.endpoint, QByteArray("tcp://::1:5566"));
-        }
-        QCOMPARE(zmqfaults::count(Call::Connect), 1);
-        QCOMPARE(zmqfaults::count(Call::Disconnect), 1);
+        QVERIFY(m_link->connectQor("::1"_s, 5566));
+        QCOMPARE(m_link->ipAddress(), "::1"_s);
+        QCOMPARE(zmqfaults::records().at(1).call, Call::Connect);
+        QCOMPARE(zmqfaults::records().at(1).endpoint, QByteArray("tcp://::1:5566"));
+        m_link->disconnectQor();
+        QCOMPARE(disconnects().size(), 1);
+        QCOMPARE(disconnects().at(0).endpoint, QByteArray("tcp://::1:5566"));
     }
 
     void setsNoOptionButTheSubscription()
     {
-        Publisher publisher;
-        auto link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         // Nor does a text or the end of the link bring another one.
-        const QSignalSpy received(link.get(), &QorInterface::receiveQorMessage);
-        publisher.send("text");
+        const QSignalSpy received(m_link.get(), &QorInterface::receiveQorMessage);
+        m_publisher->send("text");
         QTRY_COMPARE(received.count(), 1);
-        link.reset();
+        m_link.reset();
         const QVector<zmqfaults::SocketOption> options = zmqfaults::socketOptions();
         QCOMPARE(options.size(), 1);
         QCOMPARE(options.at(0).option, ZMQ_SUBSCRIBE);
@@ -95,10 +138,7 @@ private slots:
 
     void pollsOnceAMillisecond()
     {
-        const Publisher publisher;
-        QorInterface link;
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         QElapsedTimer elapsed;
         elapsed.start();
         const int before = zmqfaults::count(Call::Receive);
@@ -114,44 +154,237 @@ private slots:
 
     void leavesTheEndpointBehindTheLoop()
     {
-        Publisher publisher;
-        QorInterface link;
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        connectToPublisher();
         zmqfaults::reset();
-        link.disconnectQor();
+        m_link->disconnectQor();
         const int receives = zmqfaults::count(Call::Receive);
         // The loop is told at once, so that it does not go on for the hundred milliseconds of grace.
         QVERIFY2(receives < 40, QByteArray::number(receives).constData());
         QCOMPARE(kinds(), QVector<Call>({ Call::Disconnect, Call::CloseSocket }));
-        const QVector<zmqfaults::Record> records = zmqfaults::records();
-        QCOMPARE(records.at(0).endpoint, "tcp://127.0.0.1:" + QByteArray::number(publisher.port()));
-        QCOMPARE(records.at(0).thread, QThread::currentThreadId());
-        QVERIFY(publisher.waitForUnsubscriber());
+        QCOMPARE(disconnects().at(0).endpoint, endpointOf(*m_publisher));
+        QCOMPARE(disconnects().at(0).thread, QThread::currentThreadId());
+        QVERIFY(m_publisher->waitForUnsubscriber());
         QCOMPARE(zmqfaults::count(Call::Receive), receives);
         // A connect to follow takes a new socket.
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        connectToPublisher();
         QCOMPARE(zmqfaults::count(Call::NewSocket), 1);
         QCOMPARE(zmqfaults::count(Call::NewContext), 0);
     }
 
     void closesTheSocketInTheEnd()
     {
-        auto link = std::make_unique<QorInterface>();
-        zmqfaults::reset();
-        link.reset();
+        m_link.reset();
         QCOMPARE(kinds(), QVector<Call>({ Call::CloseSocket }));
-        Publisher publisher;
-        link = std::make_unique<QorInterface>();
-        QVERIFY(link->connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+        m_link = std::make_unique<QorInterface>();
+        connectToPublisher();
         zmqfaults::reset();
-        link.reset();
+        m_link.reset();
         QCOMPARE(kinds(), QVector<Call>({ Call::Disconnect, Call::CloseSocket }));
     }
+
+    void constructionThrows_data()
+    {
+        addCalls({ { "context", Call::NewContext, EMFILE }, { "socket", Call::NewSocket, EMFILE } });
+    }
+
+    void constructionThrows()
+    {
+        failNextCall();
+        QCOMPARE(errorOf([] { const QorInterface link; }), EMFILE);
+        QVERIFY(!zmqfaults::isArmed());
+    }
+
+    void connectThrows_data()
+    {
+        addCalls({ { "subscribe", Call::Subscribe, EINVAL }, { "connect", Call::Connect, EINVAL } });
+    }
+
+    void connectThrows()
+    {
+        LinkedUnit unit;
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        failNextCall();
+        QCOMPARE(errorOf([&] { unit.device->setMonitored(true); }), EINVAL);
+        QCoreApplication::processEvents();
+        QVERIFY(!unit.link.isRunning());
+        QCOMPARE(journal.entries,
+                 QStringList({ "host 127.0.0.1"_s, "address 127.0.0.1"_s,
+                               "port "_s + QString::number(unit.publisher.port()) }));
+        // There is nothing to disconnect.
+        unit.link.disconnectQor();
+        QVERIFY(!log.contains(QtDebugMsg, disconnectLine));
+        verifyUsable(unit.link);
+    }
+
+    void impossiblePorts_data()
+    {
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("error");
+        QTest::newRow("negative") << -1 << EINVAL;
+        QTest::newRow("zero") << 0 << 0;
+        QTest::newRow("too big") << 65536 << 0;
+    }
+
+    void impossiblePorts()
+    {
+        QFETCH(const int, port);
+        // The library only looks at the shape of the text; what it lets pass is never reached.
+        QTEST(errorOf([&] { m_link->connectQor(loopback, port); }), "error");
+        QCOMPARE(m_link->port(), port);
+        QCOMPARE(errorOf([&] { m_link->disconnectQor(); }), 0);
+        verifyUsable(*m_link);
+    }
+
+    void disconnectThrows()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LinkJournal journal(unit.link);
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        QCOMPARE(errorOf([&] { unit.device->setMonitored(false); }), ENOENT);
+        QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
+        // The unit is not heard any more all the same.
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        verifyUsable(unit.link);
+    }
+
+    void reconnectThrows()
+    {
+        const Publisher second;
+        connectToPublisher();
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        QCOMPARE(errorOf([&] { m_link->connectQor(loopback, second.port()); }), ENOENT);
+        QVERIFY(m_publisher->waitForUnsubscriber());
+        QCOMPARE(zmqfaults::count(Call::Connect), 1);
+        QCOMPARE(m_link->port(), m_publisher->port());
+        verifyUsable(*m_link);
+    }
+
+    void newSocketThrows()
+    {
+        connectToPublisher();
+        m_link->disconnectQor();
+        zmqfaults::failNext(Call::NewSocket, EMFILE);
+        QCOMPARE(errorOf([&] { m_link->connectQor(loopback, m_publisher->port()); }), EMFILE);
+        verifyUsable(*m_link);
+    }
+
+    void destructionSwallows()
+    {
+        connectToPublisher();
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const LogCapture log;
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        m_link.reset();
+        QVERIFY(!zmqfaults::isArmed());
+        QVERIFY(m_publisher->waitForUnsubscriber());
+        QCOMPARE(log.count(QtDebugMsg, "QorInterface::~QorInterface()"_s), 1);
+
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        unit.list.reset();
+        QVERIFY(!zmqfaults::isArmed());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void loopErrorDisconnectsOnce_data()
+    {
+        addCalls({ { "no memory for a message", Call::InitMessage, ENOMEM },
+                   { "receive refused", Call::Receive, ENOTSOCK },
+                   { "receive interrupted", Call::Receive, EINTR } });
+    }
+
+    void loopErrorDisconnectsOnce()
+    {
+        LinkedUnit unit;
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        failNextCall();
+        unit.device->setMonitored(true);
+        QTRY_VERIFY(journal.entries.endsWith("address "_s));
+        QCoreApplication::processEvents();
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        QVERIFY(unit.link.isFinished());
+        QCOMPARE(journal.entries.mid(journal.entries.size() - 3),
+                 QStringList({ disconnectedEntry, "host "_s, "address "_s }));
+        for (const QString& line : { caughtLine, endLine, disconnectLine })
+            QCOMPARE(log.count(QtDebugMsg, line), 1);
+        QCOMPARE(disconnects().size(), 1);
+        QCOMPARE(disconnects().at(0).thread, QThread::currentThreadId());
+        verifyUsable(unit.link);
+    }
+
+    void loopErrorMeetsAStopFromOutside()
+    {
+        const LogCapture log;
+        zmqfaults::failNext(Call::Receive, ENOTSOCK);
+        QVERIFY(m_link->connectQor(loopback, m_publisher->port()));
+        // The loop has failed, and its notice is still queued.
+        QVERIFY(m_link->wait(5000));
+        m_link->disconnectQor();
+        QCoreApplication::processEvents();
+        QCOMPARE(disconnects().size(), 1);
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        verifyUsable(*m_link);
+    }
+
+    void loopErrorSwallowsAFailingDisconnect()
+    {
+        const LogCapture log;
+        zmqfaults::failNext(Call::Receive, ENOTSOCK);
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        QVERIFY(m_link->connectQor(loopback, m_publisher->port()));
+        QTRY_COMPARE(log.count(QtDebugMsg, "QorInterface::processLoopFailed()"_s), 1);
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        verifyUsable(*m_link);
+    }
+
+    void loopErrorBetweenFramesLeavesAUsableLink()
+    {
+        const QSignalSpy received(m_link.get(), &QorInterface::receiveQorMessage);
+        const LogCapture log;
+        zmqfaults::failBetweenFrames(ENOTSOCK);
+        connectToPublisher();
+        m_publisher->sendFrames({ "one", "two", "three" });
+        QTRY_COMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        QCOMPARE(log.count(QtDebugMsg, caughtLine), 1);
+        QCOMPARE(received.count(), 1);
+        verifyUsable(*m_link);
+    }
+
+private:
+    // Connects, and waits for the first poll.
+    void connectToPublisher()
+    {
+        QVERIFY(connectTo(*m_link, *m_publisher));
+        QTRY_VERIFY(zmqfaults::count(Call::Receive) > 0);
+    }
+
+    struct FailingCall {
+        const char* name;
+        Call call;
+        int error;
+    };
+
+    static void addCalls(std::initializer_list<FailingCall> calls)
+    {
+        QTest::addColumn<Call>("call");
+        QTest::addColumn<int>("error");
+        for (const FailingCall& failing : calls)
+            QTest::newRow(failing.name) << failing.call << failing.error;
+    }
+
+    static void failNextCall()
+    {
+        QFETCH(const Call, call);
+        QFETCH(const int, error);
+        zmqfaults::failNext(call, error);
+    }
+
+    std::unique_ptr<Publisher> m_publisher;
+    std::unique_ptr<QorInterface> m_link;
 };
 
 QTEST_GUILESS_MAIN(TestLinkCalls)

@@ -2,26 +2,38 @@
 // Units that publish faster than a link polls: nothing of them outlives the link to them.
 #include "link/qorinterface.h"
 
-#include "support/units.h"
+#include "support/linkjournal.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/units.h"
 
+#include <QPointer>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QtTest>
 
-#include <memory>
+#include <functional>
+
+using Ending = std::function<void(LinkedUnit&)>;
+Q_DECLARE_METATYPE(Ending)
 
 namespace {
 
 constexpr int flood = 500;
 
-void publish(Publisher& publisher, const QByteArray& text, int frames)
+void publish(Publisher& publisher, const QByteArray& text = "{}", int frames = 1)
 {
     const auto message = QVector<QByteArray>(frames, text).toList();
     for (int i = 0; i < flood; ++i)
         publisher.sendFrames(message);
+}
+
+// Has the semaphore count the texts that set out for the GUI thread, so that a test can wait for them without
+// letting in an event.
+void countTexts(const QorInterface& link, QSemaphore& queued)
+{
+    QObject::connect(
+        &link, &QorInterface::textReceived, &link, [&queued] { queued.release(); }, Qt::DirectConnection);
 }
 
 } // namespace
@@ -32,16 +44,13 @@ class TestLinkFlood : public QObject {
 private slots:
     void disconnectDropsQueuedTexts()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        QSemaphore queued;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        QSemaphore queued;
-        connect(
-            &unit.link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
-        publish(publisher, "{}", 1);
+        countTexts(unit.link, queued);
+        publish(unit.publisher);
         // Not a single event is let in, neither here nor while the loop goes on for its grace time.
         QVERIFY(queued.tryAcquire(10, 5000));
         unit.device->setMonitored(false);
@@ -66,15 +75,13 @@ private slots:
         for (int i = 0; i < rounds; ++i) {
             Publisher first;
             Publisher second;
-            QVERIFY(link.connectQor(loopback, first.port()));
-            QVERIFY(first.waitForSubscriber());
+            QVERIFY(connectTo(link, first));
             QSignalSpy received(&link, &QorInterface::receiveQorMessage);
             publish(first, "first", frames);
             QTRY_VERIFY(received.count() > 3);
             received.clear();
 
-            QVERIFY(link.connectQor(loopback, second.port()));
-            QVERIFY(second.waitForSubscriber());
+            QVERIFY(connectTo(link, second));
             publish(first, "first", frames);
             second.sendFrames({ "second", "end" });
             QTRY_VERIFY(!received.isEmpty() && received.last().at(0).toByteArray() == "end");
@@ -86,17 +93,15 @@ private slots:
 
     void textsComeOnceAfterAReconnect()
     {
+        QSemaphore queued;
         const Publisher first;
         Publisher second;
         QorInterface link;
-        QSemaphore queued;
-        connect(
-            &link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
+        countTexts(link, queued);
         const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
         QVERIFY(link.connectQor(loopback, first.port()));
         // The text arrives before the event loop has had its turn since the disconnect.
-        QVERIFY(link.connectQor(loopback, second.port()));
-        QVERIFY(second.waitForSubscriber());
+        QVERIFY(connectTo(link, second));
         second.send("text");
         QVERIFY(queued.tryAcquire(1, 5000));
         QTRY_VERIFY(received.count() > 0);
@@ -106,34 +111,27 @@ private slots:
 
     void ownHandlerMayDisconnect()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        int texts = 0;
-        connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] {
-            ++texts;
-            unit.device->setMonitored(false);
-        });
-        publish(publisher, "{}", 1);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
+        connect(&unit.link, &QorInterface::receiveQorMessage, unit.device,
+                [&unit] { unit.device->setMonitored(false); });
+        publish(unit.publisher);
         QTRY_VERIFY(unit.link.isFinished());
         QCoreApplication::processEvents();
-        QCOMPARE(texts, 1);
+        QCOMPARE(received.count(), 1);
         QCOMPARE(unit.link.state(), QorInterface::Disconnected);
     }
 
     void busyListenerIsNotBuried()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
+        QSemaphore queued;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        QSemaphore queued;
-        connect(
-            &unit.link, &QorInterface::textReceived, this, [&] { queued.release(); }, Qt::DirectConnection);
-        publish(publisher, "{}", 1);
+        countTexts(unit.link, queued);
+        publish(unit.publisher);
         // What is not handled yet stays in the socket, which has a limit, while the GUI thread is held up.
         QVERIFY(!queued.tryAcquire(100, 1000));
         QCOMPARE(received.count(), 0);
@@ -141,28 +139,41 @@ private slots:
         QTRY_COMPARE(received.count(), flood);
         // A link that was held back when it was left starts the next session afresh.
         queued.acquire(queued.available());
-        publish(publisher, "{}", 1);
+        publish(unit.publisher);
         QVERIFY(!queued.tryAcquire(flood, 1000));
         unit.device->setMonitored(false);
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        publish(publisher, "{}", 1);
+        QVERIFY(unit.monitor());
+        publish(unit.publisher);
         QTRY_COMPARE(received.count(), 2 * flood);
     }
 
-    void destructionInAFlood()
+    void unitEndsInAFlood_data()
     {
-        Publisher publisher;
-        auto unit = std::make_unique<LinkedUnit>(publisher.port());
-        unit->device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        publish(publisher, "{}", 50);
-        QTRY_COMPARE(unit->link.state(), QorInterface::Connected);
+        QTest::addColumn<Ending>("end");
+        QTest::newRow("with its list") << Ending([](LinkedUnit& unit) { unit.list.reset(); });
+        QTest::newRow("by its removal") << Ending([](LinkedUnit& unit) {
+            unit.list->removeDevice(unit.device);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        });
+    }
+
+    void unitEndsInAFlood()
+    {
+        QFETCH(const Ending, end);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const QPointer<Device> device = unit.device;
+        const QSignalSpy states(unit.list.get(), &DeviceList::deviceStatesChanged);
+        publish(unit.publisher, statusReport(), 50);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
         const LogCapture log;
-        unit.reset();
-        QVERIFY(publisher.waitForUnsubscriber());
+        end(unit);
+        QVERIFY(!device);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        const int statesAtEnd = states.count();
         QCoreApplication::processEvents();
-        QCOMPARE(log.count(QtDebugMsg, "QorInterface::run(): thread closed!"_s), 1);
+        QCOMPARE(states.count(), statesAtEnd);
+        QCOMPARE(log.count(QtDebugMsg, endLine), 1);
     }
 };
 

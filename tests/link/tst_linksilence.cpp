@@ -3,50 +3,31 @@
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
-#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/units.h"
 
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
 
-#include <memory>
-
 class TestLinkSilence : public QObject {
     Q_OBJECT
 
 private slots:
-    void nobodyHearsAnUnmonitoredUnit()
-    {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        const LogCapture log;
-        unit.device->setZmqPort(1);
-        unit.device->setZmqPort(publisher.port());
-        QVERIFY(!publisher.waitForSubscriber(300));
-        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
-        QVERIFY(!unit.link.isRunning());
-        QVERIFY(log.lines().isEmpty());
-    }
-
     void waitsForAPortOfNobody()
     {
-        int port = 0;
-        {
-            const Publisher gone;
-            port = gone.port();
-        }
-        auto unit = std::make_unique<LinkedUnit>(port);
-        unit->device->setMonitored(true);
-        QTRY_COMPARE(unit->link.state(), QorInterface::Pending);
-        QVERIFY(unit->link.isRunning());
+        const int port = Publisher().port();
+        LinkedUnit unit;
+        unit.device->setZmqPort(port);
+        unit.device->setMonitored(true);
+        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+        QVERIFY(unit.link.isRunning());
         // Nothing that is still to be sent to nobody holds the end up.
         QElapsedTimer elapsed;
         elapsed.start();
-        unit.reset();
+        unit.list.reset();
         QVERIFY2(elapsed.elapsed() < 2000, QByteArray::number(elapsed.elapsed()).constData());
     }
 
@@ -62,8 +43,9 @@ private slots:
             socket->disconnectFromHost();
             ++answered;
         });
-        LinkedUnit unit(server.serverPort());
-        QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
+        LinkedUnit unit;
+        unit.device->setZmqPort(server.serverPort());
+        const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
         unit.device->setMonitored(true);
         // It comes again and again, as for a unit that is starting up.
         QTRY_VERIFY(answered >= 3);
@@ -76,17 +58,14 @@ private slots:
 
     void silenceDisconnectsAndTheNextTextConnects()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport());
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
-        // The time counts from the last text, not from the first.
         QElapsedTimer sinceText;
-        connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] { sinceText.start(); });
-        QTimer::singleShot(1500, this, [&] { publisher.send(statusReport()); });
         qint64 silence = 0;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        // The time counts from the last text, not from the first.
+        connect(&unit.link, &QorInterface::receiveQorMessage, this, [&] { sinceText.start(); });
+        QTimer::singleShot(1500, this, [&] { unit.publisher.send(statusReport()); });
         connect(&unit.link, &QorInterface::connectStateChanged, this, [&] { silence = sinceText.elapsed(); });
         const LinkJournal journal(unit.link);
         const LogCapture log;
@@ -100,59 +79,51 @@ private slots:
         QCOMPARE(unit.link.ipAddress(), loopback);
         QCOMPARE(log.count(QtDebugMsg, disconnectLine) + log.count(QtDebugMsg, endLine), 0);
 
-        publisher.send(statusReport());
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(journal.entries.filter("state "_s), QStringList({ disconnectedEntry, connectedEntry }));
     }
 
     void silentUnitIsStoppedForGood()
     {
         // All of them at once, for the silence takes its time.
-        Publisher publishers[3];
-        LinkedUnit unmonitored(publishers[0].port());
-        LinkedUnit moved(publishers[1].port());
-        auto destroyed = std::make_unique<LinkedUnit>(publishers[2].port());
-        LinkedUnit* const units[] = { &unmonitored, &moved, destroyed.get() };
-        for (LinkedUnit* unit : units)
-            unit->device->setMonitored(true);
-        for (Publisher& publisher : publishers) {
-            QVERIFY(publisher.waitForSubscriber());
-            publisher.send(statusReport());
+        LinkedUnit unmonitored;
+        LinkedUnit moved;
+        LinkedUnit destroyed;
+        for (LinkedUnit* unit : { &unmonitored, &moved, &destroyed }) {
+            QVERIFY(unit->monitor());
+            QVERIFY(unit->speak());
+            QCOMPARE(unit->link.state(), QorInterface::Connected);
         }
-        for (LinkedUnit* unit : units)
-            QTRY_COMPARE(unit->link.state(), QorInterface::Connected);
-        for (LinkedUnit* unit : units)
+        for (LinkedUnit* unit : { &unmonitored, &moved, &destroyed })
             QTRY_COMPARE_WITH_TIMEOUT(unit->link.state(), QorInterface::Disconnected, 10000);
 
         const LinkJournal journal(unmonitored.link);
         const LogCapture log;
         unmonitored.device->setMonitored(false);
-        QVERIFY(publishers[0].waitForUnsubscriber());
+        QVERIFY(unmonitored.publisher.waitForUnsubscriber());
         QVERIFY(unmonitored.link.isFinished());
         // Told once more although the state is the same, for the unit is no longer listened to.
         QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
 
         Publisher next;
         moved.device->setZmqPort(next.port());
-        QVERIFY(publishers[1].waitForUnsubscriber());
+        QVERIFY(moved.publisher.waitForUnsubscriber());
         QVERIFY(next.waitForSubscriber());
         next.send(statusReport());
         QTRY_COMPARE(moved.link.state(), QorInterface::Connected);
 
-        destroyed.reset();
-        QVERIFY(publishers[2].waitForUnsubscriber());
+        destroyed.list.reset();
+        QVERIFY(destroyed.publisher.waitForUnsubscriber());
         QCOMPARE(log.count(QtDebugMsg, disconnectLine), 3);
         QCOMPARE(log.count(QtDebugMsg, endLine), 3);
     }
 
     void silenceIsNotCarriedOverToTheNextConnect()
     {
-        Publisher publisher;
-        LinkedUnit unit(publisher.port());
-        unit.device->setMonitored(true);
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport());
-        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
         unit.device->setMonitored(false);
         const LinkJournal journal(unit.link);
         unit.device->setMonitored(true);

@@ -1,16 +1,39 @@
 // SPDX-License-Identifier: MIT
-// A link by itself: how it begins, what it resolves and announces, and the texts that it hands on.
+// A link: what it resolves and announces, the texts that it hands on, its states from the first connect to
+// the destruction, and what it logs.
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
-#include "support/units.h"
 #include "support/literals.h"
 #include "support/logcapture.h"
-#include "support/publisher.h"
+#include "support/units.h"
 
 #include <QMetaEnum>
 #include <QSignalSpy>
 #include <QtTest>
+
+#include <functional>
+#include <memory>
+
+using Preparation = std::function<void(QorInterface&, Publisher&)>;
+Q_DECLARE_METATYPE(Preparation)
+
+namespace {
+
+const auto startLine = "QorInterface::run(): start thread loop"_s;
+
+// All lines but the unit's own trace of the state.
+QStringList linkLines(const LogCapture& log)
+{
+    QStringList texts;
+    for (const LogCapture::Line& line : log.lines()) {
+        if (line.type != QtInfoMsg)
+            texts.append(line.text);
+    }
+    return texts;
+}
+
+} // namespace
 
 class TestQorInterface : public QObject {
     Q_OBJECT
@@ -37,20 +60,6 @@ private slots:
         QCOMPARE(states.keyToValue("Connected"), 2);
     }
 
-    void declaresItsSignalsInOrder()
-    {
-        const QMetaObject& meta = QorInterface::staticMetaObject;
-        QByteArrayList signatures;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            if (meta.method(i).methodType() == QMetaMethod::Signal)
-                signatures.append(meta.method(i).methodSignature());
-        }
-        // Behind them come those of its own use.
-        QCOMPARE(signatures.mid(0, 5),
-                 QByteArrayList({ "receiveQorMessage(QByteArray)", "connectStateChanged()",
-                                  "hostChanged(QString)", "portChanged()", "ipAddressChanged(QString)" }));
-    }
-
     void settersAnnounceChanges()
     {
         QorInterface link;
@@ -63,36 +72,31 @@ private slots:
         QCOMPARE(link.host(), "unit"_s);
         QCOMPARE(link.ipAddress(), "192.0.2.20"_s);
         QCOMPARE(journal.entries, QStringList({ "address 192.0.2.20"_s, "host unit"_s }));
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().at(0).type, QtCriticalMsg);
-        QCOMPARE(log.lines().at(0).text, "setHost \"192.0.2.20\" \"unit\""_s);
+        QCOMPARE(log.taggedLines(), QStringList("C setHost \"192.0.2.20\" \"unit\""_s));
     }
 
-    void emptyHostIsNotConnected()
+    void hostWithoutAddressIsNotConnected_data()
     {
+        QTest::addColumn<QString>("host");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("unknown") << "no..host"_s;
+    }
+
+    void hostWithoutAddressIsNotConnected()
+    {
+        QFETCH(const QString, host);
         QorInterface link;
         link.setHost("unit"_s);
         link.setIpAddress("192.0.2.20"_s);
         const LinkJournal journal(link);
         const LogCapture log;
-        QVERIFY(!link.connectQor(QString(), 7000));
+        QVERIFY(!link.connectQor(host, 7000));
+        QCOMPARE(link.host(), host);
         QVERIFY(link.ipAddress().isEmpty());
         QCOMPARE(link.state(), QorInterface::Disconnected);
         QVERIFY(!link.isRunning());
-        QCOMPARE(journal.entries, QStringList({ "host "_s, "address "_s, "port 7000"_s }));
-        QCOMPARE(log.lines().size(), 1);
-        QVERIFY(log.contains(QtCriticalMsg, "setHost"_s));
-    }
-
-    void unknownHostIsNotConnected()
-    {
-        QorInterface link;
-        link.setIpAddress("192.0.2.20"_s);
-        QVERIFY(!link.connectQor("no..host"_s, 5566));
-        QCOMPARE(link.host(), "no..host"_s);
-        QVERIFY(link.ipAddress().isEmpty());
-        QCOMPARE(link.state(), QorInterface::Disconnected);
-        QVERIFY(!link.isRunning());
+        QCOMPARE(journal.entries, QStringList({ "host "_s + host, "address "_s, "port 7000"_s }));
+        QCOMPARE(log.taggedLines(), QStringList("C setHost \"192.0.2.20\" \"%1\""_s.arg(host)));
     }
 
     void announcesEachStepOfAConnect()
@@ -105,68 +109,50 @@ private slots:
         QCOMPARE(link.host(), "localhost"_s);
         QCOMPARE(link.ipAddress(), loopback);
         QCOMPARE(link.port(), publisher.port());
-        const QStringList expected {
-            "host localhost"_s,
-            "address "_s,
-            "address "_s + loopback,
-            "port "_s + QString::number(publisher.port()),
-            "state Warte auf Verbindung ..."_s,
-        };
-        QTRY_COMPARE(journal.entries, expected);
+        QTRY_COMPARE(journal.entries,
+                     QStringList({ "host localhost"_s, "address "_s, "address 127.0.0.1"_s,
+                                   "port "_s + QString::number(publisher.port()), pendingEntry }));
         QCOMPARE(link.state(), QorInterface::Pending);
-    }
-
-    void keepsQuietOnTheSamePort()
-    {
-        const Publisher publisher;
-        QorInterface link;
-        QVERIFY(!link.connectQor(QString(), publisher.port()));
-        const QSignalSpy ports(&link, &QorInterface::portChanged);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QCOMPARE(ports.count(), 0);
+        // The same port again is not announced.
+        QVERIFY(link.connectQor("localhost"_s, publisher.port()));
+        QCOMPARE(journal.entries.filter("port "_s).size(), 1);
     }
 
     void deliversTexts_data()
     {
         QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<bool>("delivered");
-        QTest::addColumn<QByteArray>("text");
-        const auto add = [](const char* name, const QByteArray& sent, const QByteArray& text) {
-            QTest::newRow(name) << sent << true << text;
+        QTest::addColumn<QByteArrayList>("delivered");
+        const auto row = [](const char* name, const QByteArray& sent, const QByteArrayList& delivered) {
+            QTest::newRow(name) << sent << delivered;
         };
-        add("text", "{\"cmd\":\"StatusReport\"}", "{\"cmd\":\"StatusReport\"}");
-        add("UTF-8", "T\xc3\xbcr offen", "T\xc3\xbcr offen");
-        add("invalid UTF-8", "\xff\xfe\xc3", "\xff\xfe\xc3");
-        add("empty", "", "");
-        add("zero byte inside", QByteArray("ab\0cd", 5), "ab");
-        add("zero byte first", QByteArray("\0cd", 3), "");
-        add("4999 bytes", QByteArray(4999, 'x'), QByteArray(4999, 'x'));
-        QTest::newRow("5000 bytes") << QByteArray(5000, 'x') << false << QByteArray();
-        QTest::newRow("5001 bytes") << QByteArray(5001, 'x') << false << QByteArray();
-        QTest::newRow("a million bytes") << QByteArray(1000000, 'x') << false << QByteArray();
+        row("text", statusReport(), { statusReport() });
+        row("UTF-8", "T\xc3\xbcr offen", { "T\xc3\xbcr offen" });
+        row("invalid UTF-8", "\xff\xfe\xc3", { "\xff\xfe\xc3" });
+        row("empty", "", { "" });
+        row("zero byte inside", QByteArray("ab\0cd", 5), { "ab" });
+        row("zero byte first", QByteArray("\0cd", 3), { "" });
+        row("4999 bytes", QByteArray(4999, 'x'), { QByteArray(4999, 'x') });
+        row("5000 bytes", QByteArray(5000, 'x'), {});
+        row("5001 bytes", QByteArray(5001, 'x'), {});
+        row("a million bytes", QByteArray(1000000, 'x'), {});
     }
 
     void deliversTexts()
     {
         QFETCH(const QByteArray, sent);
-        QFETCH(const bool, delivered);
-        QFETCH(const QByteArray, text);
+        QFETCH(const QByteArrayList, delivered);
         Publisher publisher;
         QorInterface link;
-        QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        QVERIFY(connectTo(link, publisher));
         QTRY_COMPARE(link.state(), QorInterface::Pending);
         const LogCapture log;
         // What comes before and after shows that nothing of one text stays behind for the next.
-        publisher.send("before the text");
-        publisher.send(sent);
-        publisher.send("end");
-        QTRY_VERIFY(!received.isEmpty() && received.last().at(0).toByteArray() == "end");
-        QCOMPARE(received.count(), delivered ? 3 : 2);
-        QCOMPARE(received.at(0).at(0).toByteArray(), QByteArray("before the text"));
-        if (delivered)
-            QCOMPARE(received.at(1).at(0).toByteArray(), text);
+        const QByteArray before = "before the text";
+        for (const QByteArray& text : { before, sent, QByteArray("end") })
+            publisher.send(text);
+        QTRY_COMPARE(received.count(), 2 + delivered.size());
+        QCOMPARE(texts(received), QByteArrayList { before } + delivered + QByteArrayList { "end" });
         // Not a word, even of what is dropped.
         QVERIFY(log.lines().isEmpty());
     }
@@ -175,14 +161,11 @@ private slots:
     {
         Publisher publisher;
         QorInterface link;
-        QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        QVERIFY(connectTo(link, publisher));
         publisher.sendFrames({ "one", "", QByteArray(5000, 'x'), "two" });
         QTRY_COMPARE(received.count(), 3);
-        QCOMPARE(received.at(0).at(0).toByteArray(), QByteArray("one"));
-        QCOMPARE(received.at(1).at(0).toByteArray(), QByteArray(""));
-        QCOMPARE(received.at(2).at(0).toByteArray(), QByteArray("two"));
+        QCOMPARE(texts(received), QByteArrayList({ "one", "", "two" }));
     }
 
     void deliversInOrderOnTheOwnThread()
@@ -198,8 +181,7 @@ private slots:
                 texts.append(json);
             },
             Qt::DirectConnection);
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        QVERIFY(connectTo(link, publisher));
         QByteArrayList sent;
         for (int i = 0; i < 100; ++i) {
             sent.append(QByteArray::number(i));
@@ -213,18 +195,177 @@ private slots:
     {
         Publisher publisher;
         QorInterface link;
-        int texts = 0;
-        connect(&link, &QorInterface::receiveQorMessage, this, [&] { ++texts; });
-        QVERIFY(link.connectQor(loopback, publisher.port()));
-        QVERIFY(publisher.waitForSubscriber());
+        const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        QVERIFY(connectTo(link, publisher));
         QElapsedTimer elapsed;
         elapsed.start();
         constexpr int sent = 300;
         for (int i = 0; i < sent; ++i)
             publisher.send("text");
-        QTRY_COMPARE(texts, sent);
+        QTRY_COMPARE(received.count(), sent);
         // A millisecond between two receives.
         QVERIFY2(elapsed.elapsed() >= sent - 1, QByteArray::number(elapsed.elapsed()).constData());
+    }
+
+    void goesFromPendingToConnected()
+    {
+        LinkedUnit unit;
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        QVERIFY(unit.monitor());
+        QTRY_COMPARE(journal.entries.count(pendingEntry), 1);
+        QCOMPARE(unit.link.state(), QorInterface::Pending);
+        QCOMPARE(unit.link.stateText(), "Warte auf Verbindung ..."_s);
+        QCOMPARE(log.count(QtDebugMsg, startLine), 1);
+
+        QVERIFY(unit.speak());
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
+        QCOMPARE(unit.link.stateText(), "Verbunden"_s);
+        // A second text changes nothing; the state comes before what the other listeners make of the text.
+        const auto textEntry = QString("text "_s + QString::fromUtf8(statusReport()));
+        QCOMPARE(journal.entries.mid(journal.entries.indexOf(pendingEntry)),
+                 QStringList({ pendingEntry, connectedEntry, textEntry, textEntry }));
+        QVERIFY(unit.link.isRunning());
+        QCOMPARE(unit.link.priority(), QThread::InheritPriority);
+    }
+
+    void stopsOnceFromOutside()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+
+        QElapsedTimer elapsed;
+        elapsed.start();
+        unit.link.disconnectQor();
+        QVERIFY(elapsed.elapsed() >= 100);
+        QVERIFY(unit.link.isFinished());
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        const QStringList expected { disconnectedEntry, "host "_s, "address "_s };
+        QCOMPARE(journal.entries, expected);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+
+        QCoreApplication::processEvents();
+        QCOMPARE(journal.entries, expected);
+        QCOMPARE(linkLines(log), QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s }));
+        QCOMPARE(log.count(QtDebugMsg, "QorInterface::"_s), 2);
+    }
+
+    void leavesAnIdleLinkAlone()
+    {
+        QorInterface link;
+        link.setHost("unit"_s);
+        link.setIpAddress("192.0.2.20"_s);
+        const LinkJournal journal(link);
+        const LogCapture log;
+        link.disconnectQor();
+        QVERIFY(log.lines().isEmpty());
+        QVERIFY(journal.entries.isEmpty());
+        QCOMPARE(link.host(), "unit"_s);
+        QCOMPARE(link.ipAddress(), "192.0.2.20"_s);
+    }
+
+    void announcesEachStepOfAReconnect()
+    {
+        Publisher second;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LinkJournal journal(unit.link);
+        const LogCapture log;
+        QVERIFY(unit.link.connectQor("localhost"_s, second.port()));
+        QTRY_COMPARE(
+            journal.entries,
+            QStringList({ disconnectedEntry, "host "_s, "address "_s, "host localhost"_s,
+                          "address 127.0.0.1"_s, "port "_s + QString::number(second.port()), pendingEntry }));
+        QCOMPARE(linkLines(log),
+                 QStringList({ disconnectLine, endLine, "setHost \"127.0.0.1\" \"\""_s,
+                               "setHost \"\" \"localhost\""_s, startLine }));
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(second.waitForSubscriber());
+        second.send(statusReport());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+    }
+
+    void followsItsUnit()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        QCOMPARE(unit.link.host(), unit.device->host());
+        QCOMPARE(unit.link.port(), unit.publisher.port());
+        unit.device->setMonitored(false);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(unit.link.host().isEmpty());
+        QVERIFY(unit.monitor());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
+        unit.device->setHost("localhost"_s);
+        QVERIFY(unit.publisher.waitForSubscriber());
+        QCOMPARE(unit.link.host(), "localhost"_s);
+        QVERIFY(unit.speak());
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
+        unit.device->setHost(QString());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(unit.link.isFinished());
+        QCOMPARE(unit.link.state(), QorInterface::Disconnected);
+        QVERIFY(unit.link.ipAddress().isEmpty());
+    }
+
+    void survivesAStopBeforeTheLoop()
+    {
+        const Publisher publisher;
+        QorInterface link;
+        const LogCapture log;
+        constexpr int rounds = 20;
+        for (int i = 0; i < rounds; ++i) {
+            QVERIFY(link.connectQor(loopback, publisher.port()));
+            link.disconnectQor();
+            QVERIFY(link.isFinished());
+            QCOMPARE(link.state(), QorInterface::Disconnected);
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(link.state(), QorInterface::Disconnected);
+        for (const QString& line : { startLine, endLine, disconnectLine })
+            QCOMPARE(log.count(QtDebugMsg, line), rounds);
+    }
+
+    void destructionDisconnects_data()
+    {
+        QTest::addColumn<Preparation>("prepare");
+        QTest::newRow("connected") << Preparation([](QorInterface& link, Publisher& publisher) {
+            const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+            publisher.send(statusReport());
+            QTRY_COMPARE(received.count(), 1);
+        });
+        QTest::newRow("pending") << Preparation(
+            [](const QorInterface& link, Publisher&) { QTRY_COMPARE(link.state(), QorInterface::Pending); });
+    }
+
+    void destructionDisconnects()
+    {
+        QFETCH(const Preparation, prepare);
+        Publisher publisher;
+        auto link = std::make_unique<QorInterface>();
+        QVERIFY(connectTo(*link, publisher));
+        prepare(*link, publisher);
+        const LinkJournal journal(*link);
+        const LogCapture log;
+        link.reset();
+        QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
+        QVERIFY(publisher.waitForUnsubscriber());
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        QCOMPARE(log.count(QtDebugMsg, endLine), 1);
+    }
+
+private:
+    static QByteArrayList texts(const QSignalSpy& received)
+    {
+        QByteArrayList texts;
+        for (const QVariantList& arguments : received)
+            texts.append(arguments.at(0).toByteArray());
+        return texts;
     }
 };
 

@@ -40,6 +40,17 @@ QVector<LogCapture::Line> LogCapture::lines() const
     return m_lines;
 }
 
+QStringList LogCapture::taggedLines(const QString& begin) const
+{
+    QStringList result;
+    for (const Line& line : lines()) {
+        // In the order of QtMsgType.
+        if (line.text.startsWith(begin))
+            result.append(QLatin1Char("DWCFI"[line.type]) + QStringLiteral(" ") + line.text);
+    }
+    return result;
+}
+
 int LogCapture::count(QtMsgType type, const QString& begin) const
 {
     const QVector<Line> all = lines();

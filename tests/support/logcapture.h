@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QString>
+#include <QStringList>
 #include <QVector>
 #include <QtGlobal>
 
@@ -20,6 +20,8 @@ public:
     Q_DISABLE_COPY_MOVE(LogCapture)
 
     QVector<Line> lines() const;
+    // The lines that begin with this text, each behind "D ", "I ", "W " or "C " for its type.
+    QStringList taggedLines(const QString& begin = {}) const;
     // How many lines of this type begin with this text.
     int count(QtMsgType type, const QString& begin) const;
     bool contains(QtMsgType type, const QString& begin) const { return count(type, begin) > 0; }
@@ -31,7 +33,7 @@ private:
     static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
     QtMessageHandler m_previous;
-    // Not the toolkit's mutex: the thread sanitizer does not see the whole of that.
+    // Not Qt's mutex: the thread sanitizer does not see the whole of that.
     mutable std::mutex m_mutex;
     QVector<Line> m_lines;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin that the toolkit loads into the real program with "-plugin monitordriver". It lets a test work
+// A plugin that Qt loads into the real program with "-plugin monitordriver". It lets a test work
 // the program's window without a desktop: orders come as lines on standard input, each is answered by one
 // line on standard output.
 #include <QAction>

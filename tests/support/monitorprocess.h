@@ -23,7 +23,7 @@ class MonitorProcess {
 public:
     static constexpr int timeoutMs = 20000;
 
-    // Each message is logged by the pattern, if there is one; else as the toolkit does by itself.
+    // Each message is logged by the pattern, if there is one; else as Qt does by itself.
     explicit MonitorProcess(const MonitorHome& home, const QStringList& arguments = {},
                             const QString& messagePattern = {});
     ~MonitorProcess();

@@ -1,51 +1,54 @@
 // SPDX-License-Identifier: MIT
 #include "support/signalrecorder.h"
 
-#include "devices/device.h"
-#include "devices/devicelist.h"
 #include "link/qorinterface.h"
+#include "support/literals.h"
 
 template <typename Sender, typename Signal>
 void SignalRecorder::record(const Sender* sender, Signal signal, const QString& name)
 {
-    connect(sender, signal, this, [this, name] { m_names.append(name); });
+    connect(sender, signal, this, [this, name] {
+        if (!m_ignored.contains(name))
+            m_names.append(name);
+    });
 }
 
-void SignalRecorder::watch(DeviceList& list)
+SignalRecorder::SignalRecorder(const DeviceList& list)
 {
-    record(&list, &DeviceList::listChanged, QStringLiteral("list.listChanged"));
-    record(&list, &DeviceList::listRead, QStringLiteral("list.listRead"));
-    record(&list, &DeviceList::listCleared, QStringLiteral("list.listCleared"));
-    record(&list, &DeviceList::deviceChanged, QStringLiteral("list.deviceChanged"));
-    record(&list, &DeviceList::activateWindow, QStringLiteral("list.activateWindow"));
-    record(&list, &DeviceList::deviceStatesChanged, QStringLiteral("list.deviceStatesChanged"));
-    record(&list, &DeviceList::alertChanged, QStringLiteral("list.alertChanged"));
+    record(&list, &DeviceList::listChanged, "list.listChanged"_s);
+    record(&list, &DeviceList::listRead, "list.listRead"_s);
+    record(&list, &DeviceList::listCleared, "list.listCleared"_s);
+    record(&list, &DeviceList::deviceChanged, "list.deviceChanged"_s);
+    record(&list, &DeviceList::activateWindow, "list.activateWindow"_s);
+    record(&list, &DeviceList::deviceStatesChanged, "list.deviceStatesChanged"_s);
+    record(&list, &DeviceList::alertChanged, "list.alertChanged"_s);
 }
 
-void SignalRecorder::watch(Device& device)
+SignalRecorder::SignalRecorder(const DeviceList& list, const Device& device)
+    : SignalRecorder(list)
 {
-    record(&device, &Device::hostChanged, QStringLiteral("hostChanged"));
-    record(&device, &Device::zmqPortChanged, QStringLiteral("zmqPortChanged"));
-    record(&device, &Device::webPortChanged, QStringLiteral("webPortChanged"));
-    record(&device, &Device::webSchemeChanged, QStringLiteral("webSchemeChanged"));
-    record(&device, &Device::qorNameChanged, QStringLiteral("qorNameChanged"));
-    record(&device, &Device::ipAddressChanged, QStringLiteral("ipAddressChanged"));
-    record(&device, &Device::monitoredChanged, QStringLiteral("monitoredChanged"));
-    record(&device, &Device::versionDataChanged, QStringLiteral("versionDataChanged"));
-    record(&device, &Device::deviceStateChanged, QStringLiteral("deviceStateChanged"));
+    record(&device, &Device::hostChanged, "hostChanged"_s);
+    record(&device, &Device::zmqPortChanged, "zmqPortChanged"_s);
+    record(&device, &Device::webPortChanged, "webPortChanged"_s);
+    record(&device, &Device::webSchemeChanged, "webSchemeChanged"_s);
+    record(&device, &Device::qorNameChanged, "qorNameChanged"_s);
+    record(&device, &Device::ipAddressChanged, "ipAddressChanged"_s);
+    record(&device, &Device::monitoredChanged, "monitoredChanged"_s);
+    record(&device, &Device::versionDataChanged, "versionDataChanged"_s);
+    record(&device, &Device::deviceStateChanged, "deviceStateChanged"_s);
 }
 
 void SignalRecorder::watchLink(const Device& device)
 {
     const QorInterface* link = device.qorInterface();
-    record(link, &QorInterface::hostChanged, QStringLiteral("link.hostChanged"));
-    record(link, &QorInterface::portChanged, QStringLiteral("link.portChanged"));
-    record(link, &QorInterface::ipAddressChanged, QStringLiteral("link.ipAddressChanged"));
+    record(link, &QorInterface::hostChanged, "link.hostChanged"_s);
+    record(link, &QorInterface::portChanged, "link.portChanged"_s);
+    record(link, &QorInterface::ipAddressChanged, "link.ipAddressChanged"_s);
 }
 
-QStringList SignalRecorder::take()
+QString SignalRecorder::take()
 {
-    QStringList names;
-    names.swap(m_names);
+    const QString names = m_names.join(QLatin1Char(' '));
+    m_names.clear();
     return names;
 }

@@ -2,6 +2,8 @@
 #include "support/units.h"
 
 #include <QJsonDocument>
+#include <QSignalSpy>
+#include <QTest>
 
 namespace {
 QByteArray text(const QJsonObject& object)
@@ -63,8 +65,20 @@ Device* addMonitoredUnit(DeviceList& list, int zmqPort)
     return device;
 }
 
-LinkedUnit::LinkedUnit(int zmqPort)
-    : device(addUnit(list, zmqPort))
-    , link(*device->qorInterface())
+bool LinkedUnit::monitor()
 {
+    device->setMonitored(true);
+    return publisher.waitForSubscriber();
+}
+
+bool LinkedUnit::speak()
+{
+    const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+    publisher.send(statusReport());
+    return QTest::qWaitFor([&] { return received.count() == 1; });
+}
+
+bool connectTo(QorInterface& link, Publisher& publisher)
+{
+    return link.connectQor(loopback, publisher.port()) && publisher.waitForSubscriber();
 }

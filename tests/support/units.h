@@ -5,11 +5,14 @@
 #include "devices/devicelist.h"
 #include "link/qorinterface.h"
 #include "support/literals.h"
+#include "support/publisher.h"
 
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
+
+#include <memory>
 
 // Units as tests need them: what they publish, what the monitor makes of it, and units in a list.
 
@@ -38,11 +41,18 @@ inline const auto incompatibleText = "QOR Version inkompatibel"_s;
 Device* addUnit(DeviceList& list, int zmqPort);
 Device* addMonitoredUnit(DeviceList& list, int zmqPort);
 
-// A list with one unit that is not monitored yet, and the unit's link.
+// A unit that publishes, alone in its list and not monitored yet. Ends with the list at the latest.
 struct LinkedUnit {
-    explicit LinkedUnit(int zmqPort);
+    // Monitors the unit, and waits until its publisher knows the link.
+    bool monitor();
+    // Publishes a report, and waits until it has arrived.
+    bool speak();
 
-    DeviceList list { nullptr };
-    Device* device;
-    QorInterface& link;
+    Publisher publisher;
+    std::unique_ptr<DeviceList> list = std::make_unique<DeviceList>(nullptr);
+    Device* device = addUnit(*list, publisher.port());
+    QorInterface& link = *device->qorInterface();
 };
+
+// Connects a link that belongs to no unit, and waits until the publisher knows it.
+bool connectTo(QorInterface& link, Publisher& publisher);

@@ -21,7 +21,7 @@ using zmqfaults::Call;
 constexpr size_t callKinds = 8;
 
 struct {
-    // Not the toolkit's mutex: the thread sanitizer does not see the whole of that.
+    // Not Qt's mutex: the thread sanitizer does not see the whole of that.
     std::mutex mutex;
     std::array<int, callKinds> counts {};
     std::array<int, callKinds> errors {};

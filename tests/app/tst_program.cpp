@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Start and end of the real program, judged by its log, exit code and window.
+// Start and end of the real program, judged by its log, exit code, settings and window.
 #include "base/contact.h"
 #include "base/version.h"
-#include "support/monitorprocess.h"
 #include "support/literals.h"
+#include "support/monitorprocess.h"
 #include "support/publisher.h"
 
 #include <QFileInfo>
@@ -11,21 +11,26 @@
 #include <QtTest>
 
 namespace {
+
 // What the system makes of the exit code -1.
 constexpr int exceptionCode = 255;
 // The one port that a link refuses to connect to, by an exception.
 constexpr int refusedPort = -5;
+// Nobody has to listen there.
+constexpr int unitPort = 1;
 // Shows the level of each message and where it begins.
 const auto levelPattern = "<%{type}>%{message}"_s;
 const auto exceptionLine = "main: Error, exception caught!"_s;
+const auto exceptionEnd = "\nmain: Error, exception caught!\nmain: exit -1\n"_s;
 
-QStringList linesOf(const QString& log)
+bool hasGeometry(const MonitorHome& home)
 {
-    return log.split(QLatin1Char('\n'));
+    return QSettings(home.storePath(), QSettings::IniFormat).contains("geometry"_s);
 }
+
 } // namespace
 
-class TestStart : public QObject {
+class TestProgram : public QObject {
     Q_OBJECT
 
 private slots:
@@ -34,20 +39,18 @@ private slots:
         const MonitorHome home;
         MonitorProcess monitor(home);
         QVERIFY(monitor.waitForWindow());
-        const QStringList lines = linesOf(monitor.log());
+        const QStringList lines = monitor.log().split(QLatin1Char('\n'));
         QVERIFY(lines.size() > 9);
         QCOMPARE(lines.at(0), QString());
-        QVERIFY(lines.at(1).contains(QLatin1String("QorMonitor")));
-        QVERIFY(lines.at(1).contains(QLatin1String("Varko")));
-        QCOMPARE(lines.at(2), "Version 1.045"_s);
-        QCOMPARE(lines.mid(3, 4),
-                 QStringList({ Contact::Maker::company, Contact::Maker::street, Contact::Maker::town,
-                               Contact::Maker::email }));
-        QCOMPARE(lines.at(7), "==============================="_s);
-        // The rule's own line break, then the one of the message.
-        QCOMPARE(lines.at(8), QString());
+        QVERIFY(lines.at(1).contains("QorMonitor"_s));
+        QVERIFY(lines.at(1).contains("Varko"_s));
+        // Behind the rule comes its own line break, then the one of the message.
+        QCOMPARE(lines.mid(2, 7),
+                 QStringList({ "Version "_s + programVersion(), Contact::Maker::company,
+                               Contact::Maker::street, Contact::Maker::town, Contact::Maker::email,
+                               "==============================="_s, QString() }));
         QVERIFY(!lines.at(9).isEmpty());
-        QCOMPARE(monitor.log().count("Version 1.045"_s), 1);
+        QCOMPARE(lines.count(lines.at(2)), 1);
     }
 
     void ownMessagesAreDebugMessages()
@@ -56,14 +59,14 @@ private slots:
         MonitorProcess monitor(home, {}, levelPattern);
         QVERIFY(monitor.waitForWindow());
         // The banner is the first message, and a single one.
-        const QStringList lines = linesOf(monitor.log());
+        const QStringList lines = monitor.log().split(QLatin1Char('\n'));
         QVERIFY(lines.size() > 9);
         QCOMPARE(lines.at(0), "<debug>"_s);
         QCOMPARE(lines.mid(0, 9).join(QString()).count(QLatin1Char('<')), 1);
-        QVERIFY(lines.at(9).startsWith(QLatin1String("<debug>SingleInstanceApp::init()")));
+        QVERIFY(lines.at(9).startsWith("<debug>SingleInstanceApp::init()"_s));
         QCOMPARE(monitor.order("exit"), QByteArray("done"));
         QCOMPARE(monitor.waitForExitCode(), 0);
-        QVERIFY(monitor.log().endsWith(QLatin1String("\n<debug>main: exit 0\n")));
+        QVERIFY(monitor.log().endsWith("\n<debug>main: exit 0\n"_s));
 
         home.writeUnit(0, refusedPort);
         MonitorProcess failing(home, {}, levelPattern);
@@ -72,27 +75,44 @@ private slots:
                  qPrintable(failing.log()));
     }
 
-    void regularEndReportsZero()
+    void exitSavesTheGeometryAndReportsZero_data()
     {
-        const MonitorHome home;
-        MonitorProcess monitor(home);
-        QVERIFY(monitor.waitForWindow());
-        QVERIFY(!monitor.log().contains(QLatin1String("main: exit")));
-        QCOMPARE(monitor.order("exit"), QByteArray("done"));
-        QCOMPARE(monitor.waitForExitCode(), 0);
-        QVERIFY(monitor.log().endsWith(QLatin1String("\nmain: exit 0\n")));
-        QVERIFY(!monitor.logs(exceptionLine));
+        QTest::addColumn<QByteArrayList>("orders");
+        QTest::addColumn<QByteArray>("modal");
+        const auto row = [](const char* what, const QByteArrayList& orders, const QByteArray& modal) {
+            QTest::newRow(what) << orders << modal;
+        };
+        row("window", {}, "none");
+        // The tray's menu offers "Beenden" at any time, and no dialog holds the program.
+        row("about box", { "trigger actionAbout" }, "DlgAbout");
+        row("update dialog", { "trigger actionUpdates" }, "DlgCheckForUpdates");
+        row("warning of the device manager",
+            { "trigger actionDeviceManager", "enter lineEditNewHost 127.0.0.1",
+              "enter lineEditPort " + QByteArray::number(unitPort), "click pushButtonAddHost" },
+            "QMessageBox");
+        row("about box over the update dialog", { "trigger actionUpdates", "trigger actionAbout" },
+            "DlgAbout");
     }
 
-    void settingsLieUnderTheProgramsNames()
+    void exitSavesTheGeometryAndReportsZero()
     {
+        QFETCH(const QByteArrayList, orders);
+        QFETCH(const QByteArray, modal);
         const MonitorHome home;
+        home.writeUnit(0, unitPort);
         MonitorProcess monitor(home);
         QVERIFY(monitor.waitForWindow());
-        QVERIFY(!QSettings(home.storePath(), QSettings::IniFormat).contains("geometry"_s));
+        for (const QByteArray& order : orders)
+            QCOMPARE(monitor.order(order), QByteArray("done"));
+        QVERIFY(QTest::qWaitFor([&] { return monitor.order("modal") == modal; }));
+        QVERIFY(!hasGeometry(home));
+        QVERIFY(!monitor.log().contains("main: exit"_s));
+
         QCOMPARE(monitor.order("exit"), QByteArray("done"));
         QCOMPARE(monitor.waitForExitCode(), 0);
-        QVERIFY(QSettings(home.storePath(), QSettings::IniFormat).contains("geometry"_s));
+        QVERIFY(hasGeometry(home));
+        QVERIFY2(monitor.log().endsWith("\nmain: exit 0\n"_s), qPrintable(monitor.log()));
+        QVERIFY(!monitor.logs(exceptionLine));
     }
 
     void exceptionEndsTheProgram_data()
@@ -106,16 +126,12 @@ private slots:
     {
         QFETCH(const int, unitsBefore);
         const MonitorHome home;
-        Publisher publisher;
+        const Publisher publisher;
         for (int i = 0; i < unitsBefore; ++i)
             home.writeUnit(i, publisher.port());
         home.writeUnit(unitsBefore, refusedPort);
         MonitorProcess monitor(home);
-        QCOMPARE(monitor.waitForExitCode(), exceptionCode);
-        QVERIFY2(monitor.log().endsWith(QLatin1Char('\n') + exceptionLine + "\nmain: exit -1\n"_s),
-                 qPrintable(monitor.log()));
-        // The name is free for the next start.
-        QVERIFY(!QFileInfo::exists(home.socketPath()));
+        verifyExceptionEnd(monitor, home);
     }
 
     void exceptionOfTheEventLoopEndsTheProgram()
@@ -126,10 +142,7 @@ private slots:
         QVERIFY(monitor.waitForWindow());
         // No answer, for the order ends the program.
         QCOMPARE(monitor.order("monitor"), QByteArray());
-        QCOMPARE(monitor.waitForExitCode(), exceptionCode);
-        QVERIFY2(monitor.log().endsWith(QLatin1Char('\n') + exceptionLine + "\nmain: exit -1\n"_s),
-                 qPrintable(monitor.log()));
-        QVERIFY(!QFileInfo::exists(home.socketPath()));
+        verifyExceptionEnd(monitor, home);
     }
 
     void argumentsAreNotParsed_data()
@@ -161,38 +174,32 @@ private slots:
         for (int turn = 0; turn < 10; ++turn)
             QCOMPARE(monitor.order("state"), QByteArray("hidden"));
         QVERIFY(monitor.isRunning());
-        QVERIFY(!monitor.log().contains(QLatin1String("main: exit")));
-    }
-
-    void translationIsFound()
-    {
-        const MonitorHome home;
-        MonitorProcess monitor(home);
-        QVERIFY(monitor.waitForWindow());
-        QVERIFY(!monitor.log().contains(QLatin1String("can't load translator file")));
-        QCOMPARE(monitor.order("cancel"), QByteArray("Abbrechen"));
-    }
-
-    void applicationIsSetUp_data()
-    {
-        QTest::addColumn<QByteArray>("order");
-        QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("domain") << QByteArray("domain") << Contact::Maker::domain.toUtf8();
-        QTest::newRow("icon of windows without their own") << QByteArray("icon") << QByteArray("favicon");
-        QTest::newRow("windows at the session's end are left alone")
-            << QByteArray("fallback") << QByteArray("off");
+        QVERIFY(!monitor.log().contains("main: exit"_s));
     }
 
     void applicationIsSetUp()
     {
-        QFETCH(const QByteArray, order);
-        QFETCH(const QByteArray, answer);
         const MonitorHome home;
         MonitorProcess monitor(home);
         QVERIFY(monitor.waitForWindow());
-        QCOMPARE(monitor.order(order), answer);
+        QCOMPARE(monitor.order("domain"), Contact::Maker::domain.toUtf8());
+        // The icon is for windows without their own.
+        QCOMPARE(monitor.order("icon"), QByteArray("favicon"));
+        // Windows at the session's end are left alone.
+        QCOMPARE(monitor.order("fallback"), QByteArray("off"));
+        QCOMPARE(monitor.order("cancel"), QByteArray("Abbrechen"));
+        QVERIFY(!monitor.log().contains("can't load translator file"_s));
+    }
+
+private:
+    static void verifyExceptionEnd(MonitorProcess& monitor, const MonitorHome& home)
+    {
+        QCOMPARE(monitor.waitForExitCode(), exceptionCode);
+        QVERIFY2(monitor.log().endsWith(exceptionEnd), qPrintable(monitor.log()));
+        // The name is free for the next start.
+        QVERIFY(!QFileInfo::exists(home.socketPath()));
     }
 };
 
-QTEST_GUILESS_MAIN(TestStart)
-#include "tst_start.moc"
+QTEST_GUILESS_MAIN(TestProgram)
+#include "tst_program.moc"
