@@ -8,7 +8,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QMessageBox>
-#include <QPointer>
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
@@ -30,30 +29,13 @@ bool isPlainFileName(const QString& name)
         && !name.contains(QLatin1Char('\\')) && !name.contains(QLatin1Char(':'));
 }
 
-// Shows a message box as the functions of QMessageBox do. Unlike theirs it may go away with its parent while
-// it is open; the answer is then No.
-QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, const QString& title,
-                                    const QString& text,
-                                    QMessageBox::StandardButtons buttons = QMessageBox::Ok)
-{
-    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, parent));
-    if (buttons == QMessageBox::Ok)
-        box->setDefaultButton(QMessageBox::Ok);
-    box->exec();
-    if (!box)
-        return QMessageBox::No;
-    const auto answer = box->standardButton(box->clickedButton());
-    delete box;
-    return answer;
-}
-
 } // namespace
 
 DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::DlgCheckForUpdates>())
     , m_appName(std::move(appName))
-    , m_downloader(new FileDownloader(parent))
+    , m_downloader(std::make_unique<FileDownloader>(parent))
     , m_messageParent(parent)
     , m_downloadMonitor(new DlgDownloadMonitor(this))
 {
@@ -62,20 +44,14 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     const QStringList folders = QStandardPaths::standardLocations(QStandardPaths::DownloadLocation);
     if (!folders.isEmpty())
         m_downloadDir = folders.first();
-    connect(m_downloader, &FileDownloader::busyChanged, this, &DlgCheckForUpdates::updateActions);
-    connect(m_downloader, &FileDownloader::downloadSuccess, this,
+    connect(m_downloader.get(), &FileDownloader::busyChanged, this, &DlgCheckForUpdates::updateActions);
+    connect(m_downloader.get(), &FileDownloader::downloadSuccess, this,
             &DlgCheckForUpdates::processDownloadSuccess);
-    connect(m_downloader, &FileDownloader::downloadFailed, this, &DlgCheckForUpdates::processDownloadFailed);
+    connect(m_downloader.get(), &FileDownloader::downloadFailed, this,
+            &DlgCheckForUpdates::processDownloadFailed);
 }
 
-DlgCheckForUpdates::~DlgCheckForUpdates()
-{
-    if (m_downloader->isReporting())
-        m_downloader->deleteAfterReport();
-    else
-        delete m_downloader;
-    delete m_downloadMonitor;
-}
+DlgCheckForUpdates::~DlgCheckForUpdates() = default;
 
 void DlgCheckForUpdates::addServerUrl(const QString& url)
 {
@@ -86,9 +62,9 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
 {
     if (!interactive && !m_ui->checkBoxAutoCheck->isChecked())
         return;
-    // The busy flag is down while an installer is loading and while a box tells of its end, but neither the
-    // transfer is to be disturbed nor the installation to be begun twice.
-    if (m_downloader->isBusy() || m_downloader->currentReply() || m_downloader->isReporting())
+    // The busy flag alone is not enough: it is down while an installer is loading and while a box tells of
+    // its end, but neither is the transfer to be disturbed nor the installation to be begun twice.
+    if (!m_downloader->isIdle())
         return;
     m_interactive = interactive;
     if (m_serverUrls.isEmpty())
@@ -108,19 +84,14 @@ void DlgCheckForUpdates::downloadUpdateFile(const QString& fileName)
 
 void DlgCheckForUpdates::on_pushButtonClose_clicked()
 {
-    // The cancelled transfer is reported before this returns, perhaps in a message box.
-    const QPointer<DlgCheckForUpdates> self(this);
     m_downloader->cancel();
-    if (!self)
-        return;
     m_downloadMonitor->hide();
     close();
 }
 
 void DlgCheckForUpdates::on_pushButtonCheckNow_clicked()
 {
-    if (!m_downloader->isBusy())
-        checkForUpdates(true);
+    checkForUpdates(true);
 }
 
 void DlgCheckForUpdates::on_checkBoxAutoCheck_clicked()
@@ -146,11 +117,12 @@ void DlgCheckForUpdates::processDownloadFailed()
 {
     m_downloadMonitor->hide();
     if (m_fileDownload)
-        showBox(m_messageParent, QMessageBox::Critical, m_appName,
-                tr("Fehler beim Download der Update Datei\n%1!").arg(m_fileName));
+        QMessageBox::critical(m_messageParent, m_appName,
+                              tr("Fehler beim Download der Update Datei\n%1!").arg(m_fileName));
     else if (m_interactive)
-        showBox(m_messageParent, QMessageBox::Warning, m_appName,
-                tr("Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"));
+        QMessageBox::warning(
+            m_messageParent, m_appName,
+            tr("Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"));
 }
 
 void DlgCheckForUpdates::evaluateDescription()
@@ -162,8 +134,8 @@ void DlgCheckForUpdates::evaluateDescription()
     parseUpdateInfo(text, platform, versionNo, versionDate, m_fileName);
     if (versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
         if (m_interactive)
-            showBox(m_messageParent, QMessageBox::Information, m_appName,
-                    tr("Keine Version von %1 verfügbar!").arg(m_appName));
+            QMessageBox::information(m_messageParent, m_appName,
+                                     tr("Keine Version von %1 verfügbar!").arg(m_appName));
         return;
     }
     // The version that the installation has noted counts, not the compiled-in one, and both as floating-point
@@ -171,36 +143,31 @@ void DlgCheckForUpdates::evaluateDescription()
     if (versionNo.toDouble() > QSettings().value(versionKey).toDouble())
         offerVersion(versionNo);
     else if (m_interactive)
-        showBox(m_messageParent, QMessageBox::Information, m_appName,
-                tr("Keine neue Version von %1 verfügbar!").arg(m_appName));
+        QMessageBox::information(m_messageParent, m_appName,
+                                 tr("Keine neue Version von %1 verfügbar!").arg(m_appName));
 }
 
 void DlgCheckForUpdates::offerVersion(const QString& versionNo)
 {
-    const QString fileName = m_fileName;
-    const QPointer<DlgCheckForUpdates> self(this);
-    const auto answer
-        = showBox(m_messageParent, QMessageBox::Question, m_appName,
-                  tr("Eine neue Version %1 von %2 ist verfügbar.\nMöchten Sie diese Version herunterladen?")
-                      .arg(versionNo, m_appName),
-                  QMessageBox::Yes | QMessageBox::No);
-    if (self && answer == QMessageBox::Yes)
-        downloadUpdateFile(fileName);
+    const auto answer = QMessageBox::question(
+        m_messageParent, m_appName,
+        tr("Eine neue Version %1 von %2 ist verfügbar.\nMöchten Sie diese Version herunterladen?")
+            .arg(versionNo, m_appName));
+    if (answer == QMessageBox::Yes)
+        downloadUpdateFile(m_fileName);
 }
 
 void DlgCheckForUpdates::installDownloadedFile()
 {
     const QString path = m_downloadDir + QLatin1Char('/') + m_fileName;
-    const QString error = isPlainFileName(m_fileName) ? saveDownloadedFile(path)
-                                                      : tr("Unzulässiger Dateiname \"%1\"").arg(m_fileName);
-    if (!error.isNull()) {
-        showSaveError(error);
+    if (const auto error = saveDownloadedFile(path)) {
+        // The reason fills the first place and "%2" stays, as users have always seen it.
+        QMessageBox::critical(this, windowTitle(),
+                              tr("Fehler beim Speichern der Datei\n%1!\nGrund: %2.").arg(*error));
         return;
     }
-    const QPointer<DlgCheckForUpdates> self(this);
-    showBox(this, QMessageBox::Information, windowTitle(), tr("Download erfolgreich abgeschlossen!"));
-    if (!self)
-        return;
+    // Goes on below when the user ends the program while the box is open.
+    QMessageBox::information(this, windowTitle(), tr("Download erfolgreich abgeschlossen!"));
     QProcess installer;
     installer.setProgram(path);
     installer.startDetached();
@@ -208,35 +175,25 @@ void DlgCheckForUpdates::installDownloadedFile()
     QCoreApplication::exit(0);
 }
 
-// Writes the downloaded data; the reason of a failure, null for success.
-QString DlgCheckForUpdates::saveDownloadedFile(const QString& path)
+std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& path)
 {
+    if (!isPlainFileName(m_fileName))
+        return tr("Unzulässiger Dateiname \"%1\"").arg(m_fileName);
     QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        file.write(m_downloader->downloadedData());
-        // What is still buffered could fail later, unseen.
-        file.flush();
-    }
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return file.errorString();
+    file.write(m_downloader->downloadedData());
+    // What is still buffered could fail later, unseen.
+    file.flush();
     if (file.error() != QFileDevice::NoError) {
-        QString reason = file.errorString();
-        // Half an installer is nothing to leave behind. Removed by name, since an open file that cannot be
-        // written to its end refuses.
-        const bool begun = file.isOpen();
+        const QString reason = file.errorString();
+        // Half an installer is nothing to leave behind. Closed first: while there is something to write that
+        // cannot be written, a file refuses to be removed.
         file.close();
-        if (begun)
-            QFile::remove(path);
+        file.remove();
         return reason;
     }
-#ifdef Q_OS_UNIX
+    // Windows takes no notice: there the name decides whether a file can be started.
     file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
-#endif
-    file.close();
-    return {};
-}
-
-void DlgCheckForUpdates::showSaveError(const QString& reason)
-{
-    // One substitution on purpose: the reason stands for the first place, and "%2" stays in the text.
-    showBox(this, QMessageBox::Critical, windowTitle(),
-            tr("Fehler beim Speichern der Datei\n%1!\nGrund: %2.").arg(reason));
+    return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 class DlgDownloadMonitor;
 class FileDownloader;
@@ -17,8 +18,8 @@ class DlgCheckForUpdates;
 
 // Looks for a newer version of the program on the update server, offers it, loads the installer into the
 // download folder, starts it and ends the program. Created once by the main window and reused; it stays
-// hidden during the automatic check. Its message boxes run nested event loops, in which the dialog may be
-// closed and even deleted.
+// hidden during the automatic check. Its message boxes run nested event loops, in which the user may close
+// the dialog or end the program; the latter ends these loops first, so that the dialog outlives its boxes.
 class DlgCheckForUpdates : public QDialog {
     Q_OBJECT
 
@@ -32,7 +33,8 @@ public:
     // A base URL that ends in "/"; only the first one is used.
     void addServerUrl(const QString& url);
     // Loads and evaluates the update description, unless a transfer is running or a box tells of its end. A
-    // check that is not interactive does nothing when it is switched off, and says little.
+    // check that is not interactive does nothing when it is switched off, and is silent unless there is
+    // a newer version.
     void checkForUpdates(bool interactive);
     // Loads the installer of this name and shows the progress.
     void downloadUpdateFile(const QString& fileName);
@@ -49,13 +51,14 @@ private:
     void evaluateDescription();
     void offerVersion(const QString& versionNo);
     void installDownloadedFile();
-    QString saveDownloadedFile(const QString& path);
-    void showSaveError(const QString& reason);
+    // The reason when the downloaded data could not be saved.
+    std::optional<QString> saveDownloadedFile(const QString& path);
 
     std::unique_ptr<Ui::DlgCheckForUpdates> m_ui;
     QString m_appName;
     QStringList m_serverUrls;
-    FileDownloader* m_downloader;
+    // A child of the dialog's own parent, which lives longer.
+    std::unique_ptr<FileDownloader> m_downloader;
     bool m_interactive = false;
     QWidget* m_messageParent;
     DlgDownloadMonitor* m_downloadMonitor;

@@ -25,22 +25,21 @@ constexpr int hostColumnWidth = 150;
 constexpr int ipAddressColumnWidth = 100;
 constexpr int zmqPortColumnWidth = 100;
 
-// A row whose ports sort as the numbers that they are.
-class DeviceItem : public QTreeWidgetItem {
-public:
-    explicit DeviceItem(const QStringList& texts)
-        : QTreeWidgetItem(texts, 0)
-    {
-    }
-
-    bool operator<(const QTreeWidgetItem& other) const override
-    {
-        const int column = treeWidget()->sortColumn();
-        if (column == ZmqPortColumn || column == WebPortColumn)
-            return text(column).toInt() < other.text(column).toInt();
-        return QTreeWidgetItem::operator<(other);
-    }
-};
+QTreeWidgetItem* makeRow(const Device& device)
+{
+    auto* row = new QTreeWidgetItem({ device.host(),
+                                      device.ipAddress(),
+                                      {},
+                                      {},
+                                      device.webScheme(),
+                                      device.qorName(),
+                                      device.stateText() },
+                                    0);
+    // As numbers they sort as such.
+    row->setData(ZmqPortColumn, Qt::DisplayRole, device.zmqPort());
+    row->setData(WebPortColumn, Qt::DisplayRole, device.webPort());
+    return row;
+}
 
 Device* currentDevice(const QTreeWidget* tree)
 {
@@ -58,6 +57,8 @@ DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
     m_ui->setupUi(this);
     // List order until the user clicks a header.
     m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
+    // The ports read as they are typed, whatever digits the user's country has.
+    m_ui->treeWidget->setLocale(QLocale::c());
     // What a click is for the mouse, Return on a row is for the keyboard.
     connect(m_ui->treeWidget, &QTreeWidget::itemActivated, this,
             &DlgDeviceManager::on_treeWidget_itemClicked);
@@ -92,13 +93,7 @@ void DlgDeviceManager::rebuildList()
     const DeviceList* list = m_mainWindow->deviceList();
     for (int i = 0; i < list->count(); ++i) {
         Device* device = list->at(i);
-        // A row must not outlive its unit with the pointer in it.
-        connect(device, &QObject::destroyed, this, &DlgDeviceManager::forgetDevice, Qt::UniqueConnection);
-        auto* row = new DeviceItem({ device->host(), device->ipAddress(), QString::number(device->zmqPort()),
-                                     QString::number(device->webPort()), device->webScheme(),
-                                     device->qorName(), device->stateText() });
-        bindDevice(row, device);
-        m_ui->treeWidget->addTopLevelItem(row);
+        addDeviceRow(m_ui->treeWidget, makeRow(*device), device);
     }
     updateActions();
 }
@@ -136,7 +131,7 @@ void DlgDeviceManager::on_pushButtonRemove_clicked()
         qCritical() << "DlgDeviceManager::on_pushButtonRemove_clicked() illegal null pointer";
         return;
     }
-    // No question is asked, and the fields and buttons stay as they are. That is wanted.
+    // The entry fields and the buttons stay: they may hold another unit, or what the user is typing.
     device->setMonitored(false);
     m_mainWindow->deviceList()->removeDevice(device);
     m_mainWindow->deviceList()->save();
@@ -158,14 +153,14 @@ void DlgDeviceManager::on_pushButtonAddHost_clicked()
 
 void DlgDeviceManager::on_pushButtonChangeHost_clicked()
 {
+    DeviceList* list = m_mainWindow->deviceList();
+    Device* device = m_selectedDevice;
     // A removed unit lives on until control returns to the event loop, but is nothing to change any more.
-    const QPointer<Device> device = m_selectedDevice;
-    if (!device || !isListed(device))
+    if (!list->contains(device))
         return;
     const Entry changed = entry();
     if (changed.host.isEmpty())
         return;
-    DeviceList* list = m_mainWindow->deviceList();
     const int found = list->indexOf(changed.host, changed.zmqPort);
     if (found != -1 && list->at(found) != device) {
         showDuplicateWarning();
@@ -209,7 +204,7 @@ void DlgDeviceManager::on_pushButtonRefresh_clicked()
 
 void DlgDeviceManager::on_lineEditNewHost_returnPressed()
 {
-    // Empty on purpose: Return in the field is not to add or change anything.
+    // Return is neither "Hinzufügen" nor "Ändern": which of them the user means is not known.
 }
 
 void DlgDeviceManager::on_treeWidget_itemDoubleClicked(QTreeWidgetItem* item, int column)
@@ -234,7 +229,6 @@ void DlgDeviceManager::on_treeWidget_itemClicked(QTreeWidgetItem* item, int colu
     m_ui->lineEditPort->setText(QString::number(device->zmqPort()));
     m_ui->lineEditWebPort->setText(QString::number(device->webPort()));
     m_ui->lineEditWebScheme->setText(device->webScheme());
-    m_ui->pushButtonChangeHost->setEnabled(true);
     updateActions();
 }
 
@@ -252,7 +246,6 @@ void DlgDeviceManager::resetEntry()
     m_ui->lineEditPort->setText(QStringLiteral("5566"));
     m_ui->lineEditWebPort->setText(QStringLiteral("80"));
     m_ui->lineEditWebScheme->setText(QStringLiteral("http"));
-    m_ui->pushButtonChangeHost->setEnabled(false);
     updateActions();
 }
 
@@ -260,19 +253,4 @@ void DlgDeviceManager::showDuplicateWarning()
 {
     QMessageBox::warning(this, windowTitle(), tr("Dieser Host/Port existiert bereits in der Liste!"),
                          QMessageBox::Ok);
-}
-
-bool DlgDeviceManager::isListed(const Device* device) const
-{
-    const DeviceList* list = m_mainWindow->deviceList();
-    for (int i = 0; i < list->count(); ++i) {
-        if (list->at(i) == device)
-            return true;
-    }
-    return false;
-}
-
-void DlgDeviceManager::forgetDevice(QObject* device)
-{
-    unbindDevice(m_ui->treeWidget, device);
 }

@@ -59,8 +59,6 @@ private:
     void resetEntry();
     void showDuplicateWarning();
     void setCurrentMonitored(bool on);
-    bool isListed(const Device* device) const;
-    void forgetDevice(QObject* device);
 
     std::unique_ptr<Ui::DlgDeviceManager> m_ui;
     MainWinQorMonitor* m_mainWindow;

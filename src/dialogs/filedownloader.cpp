@@ -2,14 +2,15 @@
 #include "dialogs/filedownloader.h"
 
 #include <QDebug>
+#include <QScopedValueRollback>
+
+#include <utility>
 
 namespace {
 
-constexpr const char* reportedProperty = "reported";
-
-// The network classes may ask again when a connection is lost, and then now and then end without an error
-// and with a part of the bytes. The length is not announced for bytes that were unpacked on the way, and
-// means nothing for a body that comes in chunks.
+// Qt asks again when a connection is lost, and may then end without an error and with a part of the bytes.
+// The length is not announced for bytes that were unpacked on the way, and means nothing for a body that
+// comes in chunks.
 bool isComplete(const QNetworkReply* reply, const QByteArray& data)
 {
     if (reply->rawHeader("Transfer-Encoding").toLower().contains("chunked"))
@@ -47,46 +48,28 @@ void FileDownloader::setBusy(bool busy)
 
 void FileDownloader::cancel()
 {
-    if (m_reply) {
-        // Forgotten first: the abort reports at once, and a transfer that is started inside of the report
-        // is not to be forgotten in its place.
-        QNetworkReply* aborted = m_reply;
-        m_reply = nullptr;
+    // Forgotten first: the abort reports at once, and a transfer that is started inside of the report is not
+    // to be forgotten in its place.
+    if (QNetworkReply* aborted = std::exchange(m_reply, nullptr))
         aborted->abort();
-    }
-    // A transfer that has been started inside of the report keeps its flag.
-    if (!m_reply)
-        setBusy(false);
+    setBusy(false);
 }
 
 void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
 {
-    // A transfer that is cancelled before it could fail by itself finishes twice.
-    if (pReply->property(reportedProperty).toBool())
-        return;
-    pReply->setProperty(reportedProperty, true);
+    // A transfer that is cancelled before it could fail by itself finishes twice, but is reported once.
+    disconnect(pReply, &QNetworkReply::finished, nullptr, nullptr);
     m_reply = nullptr;
     m_data = pReply->readAll();
-    // The receiver may open a message box, and then much can happen before it returns.
-    ++m_reports;
-    if (pReply->error() != QNetworkReply::NoError || !isComplete(pReply, m_data))
-        emit downloadFailed();
-    else
-        emit downloadSuccess();
-    --m_reports;
+    {
+        const QScopedValueRollback<bool> reporting(m_reporting, true);
+        if (pReply->error() != QNetworkReply::NoError || !isComplete(pReply, m_data))
+            emit downloadFailed();
+        else
+            emit downloadSuccess();
+    }
     pReply->deleteLater();
-    // Cleared even when the receiver has started the next transfer: the order is wanted as it is.
     setBusy(false);
-    if (m_deleteAfterReport && !isReporting())
-        deleteLater();
-}
-
-void FileDownloader::deleteAfterReport()
-{
-    setParent(nullptr);
-    m_deleteAfterReport = true;
-    if (!isReporting())
-        deleteLater();
 }
 
 void FileDownloader::processEncrypted(QNetworkReply* reply)

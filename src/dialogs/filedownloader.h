@@ -5,12 +5,21 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QObject>
-#include <QPointer>
 #include <QSslError>
 #include <QUrl>
 
 // Fetches one URL at a time over HTTP or HTTPS into memory. Success or failure is all that it reports; the
 // receiver then takes the bytes. Lives on the GUI thread; owned by the update dialog.
+//
+//            download()               end or cancel()
+//      idle ------------> loading --------------------> reporting ----> idle
+//                            ^                               |
+//                            +-----------download()----------+
+//
+// Loading, it has a current reply; reporting, it is inside of downloadSuccess or downloadFailed, perhaps for
+// long, since the receiver may show a message box. The busy flag is what the user is shown: it goes up with a
+// download and down when a report is over, also when the receiver has started the next transfer in it.
+// The object must not be deleted while it reports: the network classes are still at work below.
 class FileDownloader : public QObject {
     Q_OBJECT
 
@@ -28,12 +37,8 @@ public:
     void cancel();
     // The running transfer; null when none is known.
     QNetworkReply* currentReply() const { return m_reply; }
-    // True inside of downloadSuccess and downloadFailed.
-    bool isReporting() const { return m_reports > 0; }
-    // Takes the object from its parent and deletes it, inside of a report not before that is over: the
-    // network classes are still at work below, and deleteLater() would not wait when it is called from a
-    // nested event loop. Nothing else may delete the object or its reply inside of a report.
-    void deleteAfterReport();
+    // Whether it neither loads nor reports, and is not marked as busy.
+    bool isIdle() const { return !m_busy && !m_reply && !m_reporting; }
 
 signals:
     // The result is reported before the busy flag is cleared.
@@ -51,7 +56,6 @@ private:
     QByteArray m_data;
     QUrl m_url;
     bool m_busy = false;
-    QPointer<QNetworkReply> m_reply;
-    int m_reports = 0;
-    bool m_deleteAfterReport = false;
+    QNetworkReply* m_reply = nullptr;
+    bool m_reporting = false;
 };

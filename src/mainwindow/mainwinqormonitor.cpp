@@ -153,14 +153,11 @@ void MainWinQorMonitor::rebuildMessageList()
 
 void MainWinQorMonitor::addMessageRows(Device* device)
 {
-    // A row must not outlive its unit with the pointer in it.
-    connect(device, &QObject::destroyed, this, &MainWinQorMonitor::forgetDevice, Qt::UniqueConnection);
     const QJsonArray messages = device->messages();
     for (const QJsonValue& message : messages) {
         const QJsonObject object = message.toObject();
         const auto text = [&object](const char* key) { return object.value(QLatin1String(key)).toString(); };
         auto* row = new QTreeWidgetItem(0);
-        bindDevice(row, device);
         row->setText(TimeColumn, text("date") + QLatin1Char(' ') + text("time"));
         row->setText(NameColumn, device->qorName());
         row->setText(TextColumn, text("displaytext"));
@@ -168,13 +165,8 @@ void MainWinQorMonitor::addMessageRows(Device* device)
             for (int column = 0; column < ColumnCount; ++column)
                 row->setBackground(column, QBrush(*colour));
         }
-        m_ui->treeWidget->addTopLevelItem(row);
+        addDeviceRow(m_ui->treeWidget, row, device);
     }
-}
-
-void MainWinQorMonitor::forgetDevice(QObject* device)
-{
-    unbindDevice(m_ui->treeWidget, device);
 }
 
 void MainWinQorMonitor::updateDevice(Device* pDevice)

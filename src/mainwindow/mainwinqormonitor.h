@@ -84,7 +84,6 @@ private:
     void setUpViews();
     void addMessageRows(Device* device);
     void openSelectedRow();
-    void forgetDevice(QObject* device);
 
     std::unique_ptr<Ui::MainWinQorMonitor> m_ui;
     DeviceList* m_deviceList;

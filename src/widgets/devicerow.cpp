@@ -6,13 +6,57 @@
 #include <QTreeWidget>
 
 namespace {
+
 constexpr int deviceColumn = 0;
 constexpr int deviceRole = Qt::UserRole;
-} // namespace
 
 void bindDevice(QTreeWidgetItem* row, Device* device)
 {
     row->setData(deviceColumn, deviceRole, QVariant::fromValue(device));
+}
+
+// Takes a unit that is being destroyed off all rows of its tree. One for each tree, so that however often the
+// rows are made anew, tree and unit are connected once.
+class DestroyedDevices : public QObject {
+    Q_OBJECT
+
+public:
+    static DestroyedDevices* of(QTreeWidget* tree)
+    {
+        auto* existing = tree->findChild<DestroyedDevices*>(QString(), Qt::FindDirectChildrenOnly);
+        return existing ? existing : new DestroyedDevices(tree);
+    }
+
+    void forget(const QObject* device)
+    {
+        for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
+            QTreeWidgetItem* row = m_tree->topLevelItem(i);
+            const QVariant bound = row->data(deviceColumn, deviceRole);
+            // Read raw: the regular conversion would look into an object that is half gone.
+            if (bound.userType() == qMetaTypeId<Device*>()
+                && *static_cast<Device* const*>(bound.constData()) == device)
+                bindDevice(row, nullptr);
+        }
+    }
+
+private:
+    explicit DestroyedDevices(QTreeWidget* tree)
+        : QObject(tree)
+        , m_tree(tree)
+    {
+    }
+
+    QTreeWidget* m_tree;
+};
+
+} // namespace
+
+void addDeviceRow(QTreeWidget* tree, QTreeWidgetItem* row, Device* device)
+{
+    QObject::connect(device, &QObject::destroyed, DestroyedDevices::of(tree), &DestroyedDevices::forget,
+                     Qt::UniqueConnection);
+    bindDevice(row, device);
+    tree->addTopLevelItem(row);
 }
 
 Device* boundDevice(const QTreeWidgetItem* row)
@@ -20,14 +64,4 @@ Device* boundDevice(const QTreeWidgetItem* row)
     return qobject_cast<Device*>(row->data(deviceColumn, deviceRole).value<QObject*>());
 }
 
-void unbindDevice(const QTreeWidget* tree, const QObject* device)
-{
-    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-        QTreeWidgetItem* row = tree->topLevelItem(i);
-        const QVariant bound = row->data(deviceColumn, deviceRole);
-        // Read raw: the regular conversion would look into an object that is half gone.
-        if (bound.userType() == qMetaTypeId<Device*>()
-            && *static_cast<Device* const*>(bound.constData()) == device)
-            bindDevice(row, nullptr);
-    }
-}
+#include "devicerow.moc"

@@ -1,99 +1,96 @@
 // SPDX-License-Identifier: MIT
 // Units that go while they are worked on, and links that refuse: nothing dangles and nothing is lost.
-#include "support/managedwindow.h"
-
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "support/literals.h"
+#include "support/managedwindow.h"
 #include "support/messageboxes.h"
 #include "support/teststore.h"
+#include "support/units.h"
 
-#include <QSettings>
 #include <QtTest>
 
 #include <zmq.hpp>
 
+#include <functional>
+
+using UnitAction = std::function<void(ManagedWindow&, Device*)>;
+Q_DECLARE_METATYPE(UnitAction)
+
 namespace {
+
 void destroyRemoved()
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
+
+// Presses a button with the unit's row as the current one.
+UnitAction clicking(const char* button)
+{
+    return [button](ManagedWindow& managed, Device* unit) {
+        managed.select(unit);
+        managed.invoke(button);
+    };
+}
+
+void doubleClick(ManagedWindow& managed, Device* unit)
+{
+    emit managed.tree()->itemDoubleClicked(managed.rowOf(unit), 0);
+}
+
+void removeUnit(ManagedWindow& managed, Device* unit)
+{
+    managed.list()->removeDevice(unit);
+}
+
+void clearList(ManagedWindow& managed, Device*)
+{
+    managed.list()->clear();
+}
+
 } // namespace
 
 class TestDeviceManagerSafety : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() { m_store.clear(); }
+
+    void changeOfARemovedUnitDoesNothing_data()
     {
-        m_store.clear();
-        QSettings().setValue("AutoCheckUpdates"_s, false);
+        QTest::addColumn<UnitAction>("remove");
+        QTest::newRow("removed") << clicking("Remove");
+        QTest::newRow("cleared") << UnitAction(clearList);
+        QTest::newRow("loaded anew") << UnitAction(
+            [](ManagedWindow& managed, Device*) { managed.list()->load(); });
     }
 
-    void changeAfterRemoveDoesNothing_data()
+    void changeOfARemovedUnitDoesNothing()
     {
-        QTest::addColumn<bool>("destroyed");
-        QTest::newRow("before the unit is destroyed") << false;
-        QTest::newRow("after the unit is destroyed") << true;
-    }
-
-    void changeAfterRemoveDoesNothing()
-    {
-        QFETCH(const bool, destroyed);
+        QFETCH(const UnitAction, remove);
         ManagedWindow managed;
-        const QPointer<Device> unit(managed.add(5566));
         managed.add(5567);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.click("Remove");
-        if (destroyed)
-            destroyRemoved();
-        QCOMPARE(unit.isNull(), destroyed);
-        managed.field("WebPort")->setText("81"_s);
-        const QString stored = storedUnits();
-        managed.click("ChangeHost");
-        QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
-        QCOMPARE(storedUnits(), stored);
-        destroyRemoved();
-        managed.dialog()->updateActions();
-        QCOMPARE(managed.enabledButtons(), nothingLoaded);
-    }
-
-    void changeAfterClearDoesNothing()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.list()->clear();
+        const QPointer<Device> unit(managed.addLoaded(5566));
+        remove(managed, unit);
         const QString stored = storedUnits();
         managed.field("WebPort")->setText("81"_s);
-        managed.click("ChangeHost");
-        destroyRemoved();
-        managed.click("ChangeHost");
-        QCOMPARE(storedUnits(), stored);
-        QCOMPARE(managed.tree()->topLevelItemCount(), 0);
-    }
-
-    void changeAfterLoadDoesNothing()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.list()->load();
-        managed.field("WebPort")->setText("81"_s);
-        managed.click("ChangeHost");
-        destroyRemoved();
-        managed.click("ChangeHost");
-        QCOMPARE(storedUnits(), "127.0.0.1:5566 80 http false"_s);
-        QCOMPARE(managed.list()->at(0)->webPort(), 80);
+        // Once while the unit waits for its deletion, once after that.
+        for (const bool destroyed : { false, true }) {
+            if (destroyed)
+                destroyRemoved();
+            QCOMPARE(unit.isNull(), destroyed);
+            managed.click("ChangeHost");
+            QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
+            QCOMPARE(storedUnits(), stored);
+            for (int i = 0; i < managed.list()->count(); ++i)
+                QCOMPARE(managed.list()->at(i)->webPort(), 80);
+        }
+        QCOMPARE(managed.tree()->topLevelItemCount(), managed.list()->count());
     }
 
     void rowDoesNotKeepADestroyedUnit()
     {
         ManagedWindow managed;
-        const QPointer<Device> unit(managed.add(5566));
+        const QPointer<Device> unit(managed.add());
         {
             // The dialog hears nothing of the removal.
             const QSignalBlocker blocker(managed.list());
@@ -114,32 +111,28 @@ private slots:
 
     void unitRemovedByItsOwnChange_data()
     {
-        QTest::addColumn<QByteArray>("button");
-        QTest::newRow("monitor") << QByteArray("Monitor");
-        QTest::newRow("remove") << QByteArray("Remove");
-        QTest::newRow("change") << QByteArray("ChangeHost");
-        QTest::newRow("double-click") << QByteArray();
+        QTest::addColumn<bool>("monitored");
+        QTest::addColumn<UnitAction>("action");
+        QTest::newRow("monitor") << false << clicking("Monitor");
+        QTest::newRow("remove") << true << clicking("Remove");
+        QTest::newRow("change") << false << clicking("ChangeHost");
+        QTest::newRow("double-click") << false << UnitAction(doubleClick);
     }
 
     void unitRemovedByItsOwnChange()
     {
-        QFETCH(const QByteArray, button);
+        QFETCH(const bool, monitored);
+        QFETCH(const UnitAction, action);
         ManagedWindow managed;
-        const QPointer<Device> unit(managed.add(5566));
         managed.add(5567);
-        if (button == "Remove")
-            unit->setMonitored(true);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
+        const QPointer<Device> unit(managed.addLoaded(5566));
+        unit->setMonitored(monitored);
         managed.field("WebPort")->setText("81"_s);
         connect(managed.list(), &DeviceList::deviceChanged, this, [&](Device* changed) {
             if (changed == unit)
                 managed.list()->removeDevice(changed);
         });
-        if (button.isEmpty())
-            managed.doubleClickRow(unit);
-        else
-            managed.click(button.constData());
+        action(managed, unit);
         QTRY_VERIFY(!unit);
         QCOMPARE(managed.list()->count(), 1);
         QCOMPARE(managed.column(2), "5567"_s);
@@ -153,7 +146,7 @@ private slots:
             managed.add(port);
         const QPointer<Device> second(managed.list()->at(1));
         const auto once = connect(managed.list(), &DeviceList::deviceChanged, this, [&](Device* changed) {
-            if (changed == second && managed.list()->indexOf("127.0.0.1"_s, 2) != -1)
+            if (changed == second && managed.list()->contains(changed))
                 managed.list()->removeDevice(changed);
         });
         managed.click("Refresh");
@@ -165,30 +158,25 @@ private slots:
     void listChangesBehindTheDuplicateWarning_data()
     {
         QTest::addColumn<QByteArray>("button");
-        QTest::addColumn<bool>("all");
-        QTest::newRow("add, the unit goes") << QByteArray("AddHost") << false;
-        QTest::newRow("change, the unit goes") << QByteArray("ChangeHost") << false;
-        QTest::newRow("add, all go") << QByteArray("AddHost") << true;
-        QTest::newRow("change, all go") << QByteArray("ChangeHost") << true;
+        QTest::addColumn<UnitAction>("remove");
+        QTest::newRow("add, the unit goes") << QByteArray("AddHost") << UnitAction(removeUnit);
+        QTest::newRow("change, the unit goes") << QByteArray("ChangeHost") << UnitAction(removeUnit);
+        QTest::newRow("add, all go") << QByteArray("AddHost") << UnitAction(clearList);
+        QTest::newRow("change, all go") << QByteArray("ChangeHost") << UnitAction(clearList);
     }
 
     void listChangesBehindTheDuplicateWarning()
     {
         QFETCH(const QByteArray, button);
-        QFETCH(const bool, all);
+        QFETCH(const UnitAction, remove);
         ManagedWindow managed;
         managed.add(5566);
-        const QPointer<Device> unit(managed.add(5567));
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.enter("127.0.0.1"_s, "5566"_s, "81"_s);
+        const QPointer<Device> unit(managed.addLoaded(5567));
+        managed.enter(loopback, "5566"_s, "81"_s);
         const QString stored = storedUnits();
         MessageBoxes boxes;
         boxes.answer([&](QMessageBox* box) {
-            if (all)
-                managed.list()->clear();
-            else
-                managed.list()->removeDevice(unit);
+            remove(managed, unit);
             QCoreApplication::processEvents();
             MessageBoxes::click(box, QMessageBox::Ok);
         });
@@ -196,7 +184,7 @@ private slots:
         QCOMPARE(boxes.count(), 1);
         QCOMPARE(storedUnits(), stored);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
-        QCOMPARE(managed.tree()->topLevelItemCount(), all ? 0 : 1);
+        QCOMPARE(managed.tree()->topLevelItemCount(), managed.list()->count());
         QTRY_VERIFY(!unit);
         managed.click("ChangeHost");
         QCOMPARE(storedUnits(), stored);
@@ -204,30 +192,28 @@ private slots:
 
     void refusedPortLosesNoStoredUnit_data()
     {
-        QTest::addColumn<QByteArray>("button");
-        QTest::newRow("monitor") << QByteArray("Monitor");
-        QTest::newRow("double-click") << QByteArray();
-        QTest::newRow("change") << QByteArray("ChangeHost");
+        QTest::addColumn<int>("port");
+        QTest::addColumn<bool>("monitored");
+        QTest::addColumn<UnitAction>("action");
+        QTest::newRow("monitor") << -1 << false << clicking("Monitor");
+        QTest::newRow("double-click") << -1 << false << UnitAction(doubleClick);
+        QTest::newRow("change") << 5566 << true << clicking("ChangeHost");
     }
 
     void refusedPortLosesNoStoredUnit()
     {
-        QFETCH(const QByteArray, button);
+        QFETCH(const int, port);
+        QFETCH(const bool, monitored);
+        QFETCH(const UnitAction, action);
         ManagedWindow managed;
-        Device* unit = managed.add(button.contains("Change") ? 5566 : -1);
+        Device* unit = managed.add(port);
         managed.add(5567);
-        if (button.contains("Change"))
-            unit->setMonitored(true);
+        unit->setMonitored(monitored);
         managed.list()->save();
         const QString stored = storedUnits();
-        managed.select(unit);
         emit managed.tree()->itemClicked(managed.rowOf(unit), 0);
         managed.field("Port")->setText("-1"_s);
-        if (button.isEmpty())
-            QVERIFY_EXCEPTION_THROWN(emit managed.tree()->itemDoubleClicked(managed.rowOf(unit), 0),
-                                     zmq::error_t);
-        else
-            QVERIFY_EXCEPTION_THROWN(managed.invoke(button.constData()), zmq::error_t);
+        QVERIFY_EXCEPTION_THROWN(action(managed, unit), zmq::error_t);
         // The next start finds what was stored before, and can connect.
         QCOMPARE(storedUnits(), stored);
         QCOMPARE(managed.tree()->topLevelItemCount(), 2);
@@ -241,9 +227,8 @@ private slots:
         QFile file(m_store.filePath());
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QList<QByteArray> lines = file.readAll().split('\n');
-        QVERIFY(lines.contains("[Device0]"));
-        QVERIFY(lines.contains("Host=127.0.0.1"));
-        QVERIFY(lines.contains("ZmqPort=5566"));
+        for (const char* line : { "[Device0]", "Host=127.0.0.1", "ZmqPort=5566" })
+            QVERIFY2(lines.contains(line), line);
     }
 
 private:

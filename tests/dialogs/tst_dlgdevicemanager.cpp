@@ -1,285 +1,358 @@
 // SPDX-License-Identifier: MIT
-// Adding and changing units by means of the entry fields.
-#include "support/managedwindow.h"
+// The device manager's form, and what its rows show, in which order. What the user does with it is tested in
+// tst_devicemanagerentry.cpp and tst_devicemanageractions.cpp.
+#include "dialogs/dlgdevicemanager.h"
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "support/literals.h"
-#include "support/messageboxes.h"
+#include "support/formchecks.h"
+#include "support/logcapture.h"
+#include "support/managedwindow.h"
+#include "support/publisher.h"
 #include "support/teststore.h"
+#include "support/units.h"
 
-#include <QSettings>
+#include <QHeaderView>
+#include <QLabel>
+#include <QStyledItemDelegate>
 #include <QtTest>
 
 namespace {
-const auto emptyFields = " 5566 80 http"_s;
-const auto duplicateText = "Dieser Host/Port existiert bereits in der Liste!"_s;
+
+const auto notMonitored = "Nicht überwacht"_s;
+
+// Draws as always, and keeps the texts.
+class PaintedTexts : public QStyledItemDelegate {
+public:
+    mutable QStringList texts;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        texts << option->text;
+    }
+};
+
+void compareLine(const LogCapture& log, const QString& text)
+{
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(log.lines().first().type, QtCriticalMsg);
+    QCOMPARE(log.lines().first().text, text);
+}
+
+void addNamed(ManagedWindow& managed, const QStringList& names)
+{
+    for (int i = 0; i < names.size(); ++i)
+        managed.add(7000 + i)->setQorName(names.at(i));
+}
+
 } // namespace
 
 class TestDlgDeviceManager : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_store.clear();
-        QSettings().setValue("AutoCheckUpdates"_s, false);
-    }
+    void init() { m_store.clear(); }
 
-    void entryBecomesAUnit_data()
-    {
-        QTest::addColumn<QStringList>("entry");
-        QTest::addColumn<QString>("stored");
-        const auto row = [](const char* name, const char* entry, const char* stored) {
-            QTest::newRow(name) << QString::fromLatin1(entry).split(QLatin1Char('|'))
-                                << QString::fromLatin1(stored);
-        };
-        row("plain", "127.0.0.1|5566|80|http", "127.0.0.1:5566 80 http false");
-        row("other values", "127.0.0.1|7000|8443|https", "127.0.0.1:7000 8443 https false");
-        row("blanks around", "  127.0.0.1\t| 5567 | 81 | https ", "127.0.0.1:5567 81 https false");
-        row("letters as web port", "127.0.0.1|5566|abc|http", "127.0.0.1:5566 0 http false");
-        row("letters as port", "127.0.0.1|12x|80|http", "127.0.0.1:0 80 http false");
-        row("not base ten", "127.0.0.1|0x10|010|http", "127.0.0.1:0 10 http false");
-        row("no ports, no scheme", "127.0.0.1|||", "127.0.0.1:0 0  false");
-        row("out of range", "127.0.0.1|-1|70000|gopher", "127.0.0.1:-1 70000 gopher false");
-        row("more than an integer", "127.0.0.1|99999999999|80|http", "127.0.0.1:0 80 http false");
-    }
-
-    void entryBecomesAUnit()
-    {
-        QFETCH(const QStringList, entry);
-        QFETCH(const QString, stored);
-        ManagedWindow managed;
-        managed.enter(entry.at(0), entry.at(1), entry.at(2), entry.at(3));
-        managed.click("AddHost");
-        QCOMPARE(storedUnits(), stored);
-        QCOMPARE(managed.fields(), emptyFields);
-        QCOMPARE(managed.list()->count(), 1);
-        const Device* unit = managed.list()->at(0);
-        QVERIFY(!unit->monitored());
-        QCOMPARE(managed.row(0),
-                 QStringList({ unit->host(), "127.0.0.1"_s, QString::number(unit->zmqPort()),
-                               QString::number(unit->webPort()), unit->webScheme(), QString(),
-                               "Nicht überwacht"_s })
-                     .join(QLatin1Char('|')));
-    }
-
-    void emptyHostAddsNothing_data()
-    {
-        QTest::addColumn<QString>("host");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("blanks") << "  \t "_s;
-    }
-
-    void emptyHostAddsNothing()
-    {
-        QFETCH(const QString, host);
-        ManagedWindow managed;
-        managed.enter(host, "7000"_s, "81"_s, "https"_s);
-        const QString entered = managed.fields();
-        managed.click("AddHost");
-        QCOMPARE(managed.list()->count(), 0);
-        QCOMPARE(managed.fields(), entered);
-        QVERIFY(!QApplication::activeModalWidget());
-    }
-
-    void sameHostAndPortIsRefused()
+    void formLooksAsDesigned()
     {
         ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.enter(" 127.0.0.1 "_s, "5566"_s, "81"_s, "https"_s);
-        const QString entered = managed.fields();
-        const QString before = storedUnits();
-        const MessageBoxes boxes;
-        managed.click("AddHost");
-        compareDuplicateWarning(boxes, managed);
-        QCOMPARE(managed.list()->count(), 1);
-        QCOMPARE(managed.fields(), entered);
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
-        QCOMPARE(storedUnits(), before);
-    }
-
-    void hostOrPortMayDiffer()
-    {
-        ManagedWindow managed;
-        managed.add(5566);
-        managed.add(5567);
-        managed.enter("localhost"_s);
-        managed.click("AddHost");
-        // Exactly as typed: the case of letters counts.
-        managed.enter("LOCALHOST"_s);
-        managed.click("AddHost");
-        QCOMPARE(storedUnits(),
-                 QStringLiteral("127.0.0.1:5566 80 http false|127.0.0.1:5567 80 http false|"
-                                "localhost:5566 80 http false|LOCALHOST:5566 80 http false"));
-        QCOMPARE(managed.column(0), "127.0.0.1|127.0.0.1|localhost|LOCALHOST"_s);
-    }
-
-    void addingDropsTheSelection()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
-        managed.add(5567);
+        const DlgDeviceManager* dialog = managed.dialog();
+        QCOMPARE(FormChecks::outline(*dialog),
+                 QStringList({
+                     "DlgDeviceManager 1080x375 \"QorMonitor - Geräteverwaltung\""_s,
+                     "QVBoxLayout verticalLayout_2:"_s,
+                     "  QHBoxLayout horizontalLayout_3"_s,
+                     "  QGroupBox groupBox \"QORweb hinzufügen\""_s,
+                     "  QHBoxLayout horizontalLayout"_s,
+                     "QHBoxLayout horizontalLayout_3:"_s,
+                     "  QTreeWidget treeWidget"_s,
+                     "  QVBoxLayout verticalLayout"_s,
+                     "QVBoxLayout verticalLayout:"_s,
+                     "  QPushButton pushButtonMonitor \"Überwachung aktivieren\""_s,
+                     "  QPushButton pushButtonStopMonitor \"Überwachung deaktivieren\""_s,
+                     "  QPushButton pushButtonRemove \"Gerät entfernen\""_s,
+                     "  QPushButton pushButtonRefresh \"Status aktualisieren\""_s,
+                     "  20x40 Minimum Expanding"_s,
+                     "QHBoxLayout horizontalLayout_2:"_s,
+                     "  QLabel label \"Hostname / IP Adresse:\""_s,
+                     "  QLineEdit lineEditNewHost"_s,
+                     "  QLabel label_2 \"QOR Port\""_s,
+                     "  QLineEdit lineEditPort \"5566\""_s,
+                     "  QLabel label_3 \"Web Port\""_s,
+                     "  QLineEdit lineEditWebPort \"80\""_s,
+                     "  QLabel label_4 \"Web Scheme\""_s,
+                     "  QLineEdit lineEditWebScheme \"http\""_s,
+                     "  QPushButton pushButtonChangeHost \"Ändern\""_s,
+                     "  QPushButton pushButtonAddHost \"Hinzufügen\""_s,
+                     "QHBoxLayout horizontalLayout:"_s,
+                     "  40x20 Expanding Minimum"_s,
+                     "  QPushButton pushButtonClose \"Schließen\""_s,
+                 }));
+        QCOMPARE(dialog->parent(), managed.window());
+        QCOMPARE(dialog->windowFlags(), QDialog().windowFlags());
+        QVERIFY(!dialog->isModal());
+        QVERIFY(!dialog->isVisible());
         QCOMPARE(managed.enabledButtons(), nothingLoaded);
     }
 
-    void changeIsStored()
+    void shortFieldsAreNarrowAndCentred_data()
+    {
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<int>("maximumWidth");
+        QTest::addColumn<Qt::Alignment>("alignment");
+        QTest::newRow("NewHost") << "label"_s << QWIDGETSIZE_MAX << QLineEdit().alignment();
+        QTest::newRow("Port") << "label_2"_s << 60 << Qt::Alignment(Qt::AlignCenter);
+        QTest::newRow("WebPort") << "label_3"_s << 60 << Qt::Alignment(Qt::AlignCenter);
+        QTest::newRow("WebScheme") << "label_4"_s << 60 << Qt::Alignment(Qt::AlignCenter);
+    }
+
+    void shortFieldsAreNarrowAndCentred()
+    {
+        QFETCH(const QString, label);
+        const ManagedWindow managed;
+        const QLineEdit* field = managed.field(QTest::currentDataTag());
+        QTEST(field->maximumWidth(), "maximumWidth");
+        QTEST(field->alignment(), "alignment");
+        QCOMPARE(managed.dialog()->findChild<QLabel*>(label)->buddy(), field);
+    }
+
+    void columnsHaveHeadersAndWidths()
+    {
+        const ManagedWindow managed;
+        const QTreeWidget* tree = managed.tree();
+        QStringList headers;
+        for (int column = 0; column < tree->columnCount(); ++column)
+            headers << tree->headerItem()->text(column);
+        QCOMPARE(headers.join(QLatin1Char('|')),
+                 "Host|IP Adresse|QOR Port|Web Port|Web Scheme|QORweb Name|Status"_s);
+        QVERIFY(!tree->rootIsDecorated());
+        QCOMPARE(tree->columnWidth(0), 150);
+        for (const int column : { 1, 2 })
+            QCOMPARE(tree->columnWidth(column), 100);
+        for (const int column : { 3, 4, 5 })
+            QCOMPARE(tree->columnWidth(column), tree->header()->defaultSectionSize());
+    }
+
+    void constructionIsLogged()
     {
         ManagedWindow managed;
-        Device* unit = managed.add(5566);
-        managed.add(5567);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
-        managed.enter(" localhost "_s, "7000"_s, "x"_s, " https"_s);
-        managed.click("ChangeHost");
-        QCOMPARE(unit->host(), "localhost"_s);
-        QCOMPARE(storedUnits(), "localhost:7000 0 https false|127.0.0.1:5567 80 http false"_s);
-        QCOMPARE(managed.fields(), emptyFields);
+        const LogCapture log;
+        const DlgDeviceManager dialog(managed.window());
+        compareLine(log, "DlgDeviceManager::updateDevice()"_s);
+    }
+
+    void storedUnitsAreListed()
+    {
+        for (int i = 0; i < 3; ++i)
+            m_store.writeUnit(i,
+                              { { "Host"_s, "127.0.0.%1"_s.arg(9 - i) },
+                                { "ZmqPort"_s, 7000 + i },
+                                { "WebPort"_s, 80 + i },
+                                { "WebScheme"_s, "https"_s } });
+        const ManagedWindow managed;
+        QCOMPARE(managed.tree()->topLevelItemCount(), 3);
+        QCOMPARE(managed.row(0), "127.0.0.9|127.0.0.9|7000|80|https||Nicht überwacht"_s);
+        QCOMPARE(managed.row(1), "127.0.0.8|127.0.0.8|7001|81|https||Nicht überwacht"_s);
+        QCOMPARE(managed.row(2), "127.0.0.7|127.0.0.7|7002|82|https||Nicht überwacht"_s);
         QCOMPARE(managed.enabledButtons(), nothingLoaded);
     }
 
-    void changeOfTheUnitsOwnEntry()
+    void rowCarriesItsUnit()
     {
         ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.field("WebPort")->setText("8080"_s);
-        managed.click("ChangeHost");
-        QCOMPARE(storedUnits(), "127.0.0.1:5566 8080 http false"_s);
-        QCOMPARE(managed.fields(), emptyFields);
+        Device* unit = managed.add();
+        const QTreeWidgetItem* row = managed.tree()->topLevelItem(0);
+        QCOMPARE(row->type(), 0);
+        const QVariant bound = row->data(0, 256);
+        QCOMPARE(QByteArray(bound.typeName()), QByteArray("Device*"));
+        QCOMPARE(bound.value<Device*>(), unit);
     }
 
-    void changeToAnotherUnitsEntryIsRefused()
+    void rebuildIsLogged()
     {
         ManagedWindow managed;
-        managed.add(5566);
-        const Device* unit = managed.add(5567);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.enter("127.0.0.1"_s, "5566"_s, "81"_s);
-        const QString before = storedUnits();
-        const MessageBoxes boxes;
-        managed.click("ChangeHost");
-        compareDuplicateWarning(boxes, managed);
-        QCOMPARE(storedUnits(), before);
-        QCOMPARE(unit->webPort(), 80);
-        QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
-        // It is still the one to change.
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
-        managed.field("Port")->setText("5568"_s);
-        managed.click("ChangeHost");
-        QCOMPARE(unit->zmqPort(), 5568);
-    }
-
-    void changeToAnEmptyHostDoesNothing()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.enter("  "_s, "7000"_s);
-        managed.click("ChangeHost");
-        QCOMPARE(unit->host(), "127.0.0.1"_s);
-        QCOMPARE(unit->zmqPort(), 5566);
-        QCOMPARE(managed.fields(), "   7000 80 http"_s);
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
-    }
-
-    void changeFollowsTheFieldsInOrder()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        managed.enter("localhost"_s, "1"_s, "2"_s, "https"_s);
-        QStringList order;
-        const auto note = [&](const char* name) { return [&order, name] { order << QLatin1String(name); }; };
-        connect(unit, &Device::hostChanged, this, note("host"));
-        connect(unit, &Device::zmqPortChanged, this, note("port"));
-        connect(unit, &Device::webPortChanged, this, note("web port"));
-        connect(unit, &Device::webSchemeChanged, this, note("scheme"));
-        managed.click("ChangeHost");
-        QCOMPARE(order.join(QLatin1Char('|')), "host|port|web port|scheme"_s);
-    }
-
-    void changeNeedsASelection()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        managed.select(unit);
-        managed.enter("localhost"_s);
-        // A current row alone is no selection.
-        QVERIFY(!managed.button("ChangeHost")->isEnabled());
-        managed.invoke("ChangeHost");
-        QCOMPARE(unit->host(), "127.0.0.1"_s);
-        QCOMPARE(managed.fields(), "localhost 5566 80 http"_s);
-    }
-
-    void changeRefreshesNoConnectionCells()
-    {
-        ManagedWindow managed;
-        const Device* unit = managed.add(5566);
-        QVERIFY(managed.show());
-        managed.clickRow(unit);
-        const QString before = managed.row(0);
-        managed.enter("127.0.0.2"_s, "7000"_s, "81"_s, "https"_s);
-        managed.click("ChangeHost");
-        QCOMPARE(managed.row(0), before);
+        managed.add();
+        LogCapture log;
         managed.dialog()->rebuildList();
-        QCOMPARE(managed.row(0), "127.0.0.2|127.0.0.2|7000|81|https||Nicht überwacht"_s);
+        compareLine(log, "DlgDeviceManager::rebuildList()"_s);
+        log.clear();
+        emit managed.list()->listChanged();
+        QVERIFY(log.contains(QtCriticalMsg, "DlgDeviceManager::rebuildList()"_s));
+        QCOMPARE(managed.tree()->topLevelItemCount(), 1);
     }
 
-    void changedUnitMayBeChangedAgain()
+    void updateRefreshesNameAndStatusOfOneUnit()
     {
         ManagedWindow managed;
-        const Device* unit = managed.add(5566);
+        Device* first = managed.add(5566);
+        managed.add(5567);
+        for (int column = 0; column < 7; ++column)
+            managed.tree()->topLevelItem(0)->setText(column, "old"_s);
+        const QString other = managed.row(1);
+        const LogCapture log;
+        first->setQorName("QOR-1"_s);
+        QCOMPARE(managed.row(0), "old|old|old|old|old|QOR-1|Nicht überwacht"_s);
+        QCOMPARE(managed.row(1), other);
+        QCOMPARE(log.count(QtCriticalMsg, "DlgDeviceManager::updateDevice()"_s), 1);
+    }
+
+    void updateListOnlyLogs()
+    {
+        ManagedWindow managed;
+        managed.add();
+        managed.tree()->topLevelItem(0)->setText(5, "old"_s);
+        // Not even a row without a unit matches no unit.
+        managed.tree()->topLevelItem(0)->setData(0, Qt::UserRole, QVariant::fromValue<Device*>(nullptr));
+        const QString before = managed.row(0);
+        const LogCapture log;
+        managed.dialog()->updateList();
+        QCOMPARE(managed.row(0), before);
+        compareLine(log, "DlgDeviceManager::updateDevice()"_s);
+    }
+
+    void statusFollowsTheUnit()
+    {
+        Publisher publisher;
+        ManagedWindow managed;
+        Device* unit = managed.add(publisher.port());
+        QCOMPARE(managed.column(6), notMonitored);
+        managed.select(unit);
+        managed.invoke("Monitor");
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send(statusReport("QOR-1"_s));
+        // The cell is written when the unit's name comes in, after the link has become connected.
+        QTRY_COMPARE(managed.column(6), "Verbunden"_s);
+        QCOMPARE(managed.column(5), "QOR-1"_s);
+        unit->setMonitored(false);
+        QCOMPARE(managed.column(6), notMonitored);
+    }
+
+    void rowsAreInListOrderUntilAHeaderIsClicked()
+    {
+        ManagedWindow managed;
+        addNamed(managed, { "b"_s, "c"_s, "a"_s });
+        QHeaderView* header = managed.tree()->header();
+        QCOMPARE(header->sortIndicatorSection(), -1);
+        QCOMPARE(managed.column(5), "b|c|a"_s);
         QVERIFY(managed.show());
-        for (const int port : { 1, 2, 3 }) {
-            managed.clickRow(unit);
-            managed.field("WebPort")->setText(QString::number(port));
-            managed.click("ChangeHost");
-            QCOMPARE(unit->webPort(), port);
+        const QPoint place(header->sectionViewportPosition(5) + 20, header->height() / 2);
+        for (const auto& order : { "a|b|c"_s, "c|b|a"_s }) {
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, place);
+            QCOMPARE(managed.column(5), order);
         }
     }
 
-    void dialogKeepsItsStateWhenClosed()
+    void portsSortAsNumbers()
     {
         ManagedWindow managed;
-        const Device* unit = managed.add(5566);
+        for (const int port : { 9, 10000, 80, 443, 0 })
+            managed.add(port, QString::number(port));
+        for (const int column : { 2, 3 }) {
+            managed.tree()->sortItems(column, Qt::AscendingOrder);
+            QCOMPARE(managed.column(column), "0|9|80|443|10000"_s);
+            managed.tree()->sortItems(column, Qt::DescendingOrder);
+            QCOMPARE(managed.column(column), "10000|443|80|9|0"_s);
+        }
+    }
+
+    void portsReadTheSameEverywhere_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        // With another minus, and with other digits.
+        for (const char* name : { "sv_SE", "ar_EG" })
+            QTest::newRow(name) << QLocale(QLatin1String(name));
+    }
+
+    void portsReadTheSameEverywhere()
+    {
+        QFETCH(const QLocale, locale);
+        QLocale::setDefault(locale);
+        ManagedWindow managed;
+        QLocale::setDefault(QLocale::c());
+        managed.add(10000, "-1"_s);
+        QVERIFY(managed.show());
+        PaintedTexts painted;
+        managed.tree()->setItemDelegate(&painted);
+        managed.tree()->grab();
+        QVERIFY(painted.texts.contains("10000"_s));
+        QVERIFY(painted.texts.contains("-1"_s));
+    }
+
+    void sortingLeavesTheListAlone()
+    {
+        ManagedWindow managed;
+        managed.add(9);
+        managed.add(8);
+        managed.tree()->sortItems(2, Qt::AscendingOrder);
+        QCOMPARE(managed.column(2), "8|9"_s);
+        managed.select(managed.list()->at(0));
+        managed.invoke("StopMonitor");
+        QCOMPARE(storedUnits(), "127.0.0.1:9 80 http false|127.0.0.1:8 80 http false"_s);
+    }
+
+    void rebuildKeepsTheSorting()
+    {
+        ManagedWindow managed;
+        managed.add(9);
+        managed.tree()->sortItems(2, Qt::AscendingOrder);
+        managed.add(10);
+        managed.add(8);
+        QCOMPARE(managed.column(2), "8|9|10"_s);
+        managed.dialog()->rebuildList();
+        QCOMPARE(managed.column(2), "8|9|10"_s);
+    }
+
+    void updateNeitherSkipsNorRepeatsRowsThatMove()
+    {
+        ManagedWindow managed;
+        addNamed(managed, { "d"_s, "c"_s, "b"_s, "a"_s });
+        managed.tree()->sortItems(5, Qt::AscendingOrder);
+        for (int i = 0; i < 4; ++i)
+            managed.tree()->topLevelItem(i)->setText(6, "old"_s);
+        for (int i = 0; i < 4; ++i) {
+            Device* unit = managed.list()->at(i);
+            unit->setQorName("z%1"_s.arg(i));
+            QCOMPARE(managed.rowOf(unit)->text(5), unit->qorName());
+            QCOMPARE(managed.rowOf(unit)->text(6), notMonitored);
+            QCOMPARE(managed.column(6).count(QLatin1String("old")), 3 - i);
+        }
+        QCOMPARE(managed.column(5), "z0|z1|z2|z3"_s);
+    }
+
+    void bothCellsAreWrittenAlthoughTheRowMoves()
+    {
+        ManagedWindow managed;
+        addNamed(managed, { "a"_s, "b"_s, "c"_s });
+        Device* unit = managed.list()->at(0);
+        // A unit in two rows: the second moves up to the first one's place before it has been looked at.
+        auto* copy = new QTreeWidgetItem({ {}, {}, {}, {}, {}, "aa"_s, "old"_s });
+        copy->setData(0, Qt::UserRole, QVariant::fromValue(unit));
+        managed.tree()->addTopLevelItem(copy);
+        managed.tree()->sortItems(5, Qt::AscendingOrder);
+        QCOMPARE(managed.column(5), "a|aa|b|c"_s);
+        unit->setQorName("d"_s);
+        QCOMPARE(managed.column(5), "b|c|d|d"_s);
+        QVERIFY(!managed.column(6).contains(QLatin1String("old")));
+    }
+
+    void buttonsFollowTheMovedRow()
+    {
+        ManagedWindow managed;
+        addNamed(managed, { "a"_s, "b"_s });
+        Device* unit = managed.list()->at(0);
+        managed.tree()->sortItems(5, Qt::AscendingOrder);
         QVERIFY(managed.show());
         managed.clickRow(unit);
-        managed.field("WebPort")->setText("8080"_s);
-        const DlgDeviceManager* dialog = managed.dialog();
-        managed.click("Close");
-        QVERIFY(!dialog->isVisible());
-        QVERIFY(managed.show());
-        QCOMPARE(managed.dialog(), dialog);
-        QCOMPARE(managed.fields(), "127.0.0.1 5566 8080 http"_s);
-        QCOMPARE(managed.enabledButtons(), unitLoaded);
+        unit->setQorName("z"_s);
+        QCOMPARE(managed.column(5), "b|z"_s);
         QCOMPARE(managed.tree()->currentItem(), managed.rowOf(unit));
-        managed.click("ChangeHost");
-        QCOMPARE(unit->webPort(), 8080);
+        managed.click("Remove");
+        QCOMPARE(managed.column(5), "b"_s);
     }
 
 private:
-    void compareDuplicateWarning(const MessageBoxes& boxes, const ManagedWindow& managed)
-    {
-        QCOMPARE(boxes.count(), 1);
-        const MessageBoxes::Box box = boxes.seen().first();
-        QCOMPARE(box.text, duplicateText);
-        QCOMPARE(box.title, "QorMonitor - Geräteverwaltung"_s);
-        QCOMPARE(box.icon, QMessageBox::Warning);
-        QCOMPARE(box.buttons, QMessageBox::Ok);
-        QCOMPARE(box.parent, static_cast<const QWidget*>(managed.dialog()));
-    }
-
     TestStore m_store;
 };
 

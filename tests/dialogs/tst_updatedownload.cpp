@@ -1,40 +1,58 @@
 // SPDX-License-Identifier: MIT
+// The second phase of an update: how the installer's transfer is shown and ended, and what happens when the
+// installer cannot be saved.
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
 #include "support/certificates.h"
 #include "support/literals.h"
 #include "support/updatefixture.h"
 
+#include <QDir>
+#include <QFile>
 #include <QLineEdit>
+#include <QProcess>
 #include <QProgressBar>
 #include <QtTest>
 
-// The installer's transfer: how it is shown, how it is cancelled, how it fails.
+using Action = std::function<void(UpdateFixture&)>;
+using FolderAction = std::function<void(const DownloadFolder&)>;
+Q_DECLARE_METATYPE(Action)
+Q_DECLARE_METATYPE(FolderAction)
+
 namespace {
-const auto failed = "Fehler beim Download der Update Datei\nsetup.exe!"_s;
 
-const HttpAnswer held { QByteArray(1000, 'x'), "200 OK", {}, HttpAnswer::BodyLength, 400 };
+const auto notLoaded = "Fehler beim Download der Update Datei\nsetup.exe!"_s;
 
-// Publishes a newer version and goes as far as the held transfer of its installer.
-void startInstaller(UpdateFixture* fixture, bool interactive = true)
+// Offers an installer and goes as far as its transfer, of which a part is held back.
+void startInstaller(UpdateFixture& fixture)
 {
-    fixture->publish("1.05");
-    fixture->boxes.answer(QMessageBox::Yes);
-    fixture->dialog->checkForUpdates(interactive);
-    QTRY_COMPARE(fixture->server.requestCount("setup.exe"), 1);
-    QTRY_VERIFY(fixture->monitor()->isVisible());
+    fixture.offer(HttpAnswer::ok(QByteArray(1000, 'x')).held(400));
+    fixture.dialog->checkForUpdates(true);
+    QTRY_COMPARE(fixture.server.requestCount("setup.exe"), 1);
+    QTRY_VERIFY(fixture.monitor()->isVisible());
 }
 
-void verifyFailureBox(const UpdateFixture& fixture)
+QPushButton* cancelButton(const UpdateFixture& fixture)
 {
-    const MessageBoxes::Box box = fixture.boxes.seen().constLast();
-    QCOMPARE(box.icon, QMessageBox::Critical);
-    QCOMPARE(box.title, "QorMonitor"_s);
-    QCOMPARE(box.text, failed);
-    QCOMPARE(box.buttons, QMessageBox::Ok);
-    QCOMPARE(box.defaultKind, QMessageBox::Ok);
-    QCOMPARE(box.parent, fixture.dialog->parentWidget());
+    return fixture.monitor()->findChild<QPushButton*>();
 }
+
+// Offers an installer and goes on to the box about its saving.
+void loadInstaller(UpdateFixture& fixture, const QByteArray& content = "content",
+                   const QByteArray& fileName = "setup.exe")
+{
+    fixture.offer(HttpAnswer::ok(content), fileName);
+    fixture.dialog->checkForUpdates(true);
+    QTRY_COMPARE(fixture.boxes.count(), 2);
+}
+
+void compareSaveError(const UpdateFixture& fixture, const QString& reason)
+{
+    fixture.boxes.compareLast(QMessageBox::Critical, "Anwendung aktualisieren"_s,
+                              "Fehler beim Speichern der Datei\n"_s + reason + "!\nGrund: %2."_s,
+                              fixture.dialog.get());
+}
+
 } // namespace
 
 class TestUpdateDownload : public QObject {
@@ -44,35 +62,27 @@ private slots:
     void yesLoadsTheInstaller()
     {
         UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
+        startInstaller(fixture);
         const auto* file = fixture.monitor()->findChild<QLineEdit*>("lineEditFile"_s);
         const auto* folder = fixture.monitor()->findChild<QLineEdit*>("lineEditSaveTo"_s);
-        auto* bar = fixture.monitor()->findChild<QProgressBar*>();
+        const auto* bar = fixture.monitor()->findChild<QProgressBar*>();
         QCOMPARE(file->text(), "setup.exe"_s);
         QCOMPARE(folder->text(), fixture.folder.path());
-        // Progress is reported every 100 ms at most, and only when something arrives.
-        QTRY_VERIFY((fixture.server.releaseSome(1), bar->value() > 400));
+        // Qt reports progress every 100 ms at most, and only when something arrives.
+        fixture.server.releaseSlowly();
+        QTRY_VERIFY(bar->value() > 400);
         QCOMPARE(bar->maximum(), 1000);
         QCOMPARE(fixture.server.requests().size(), 2);
         QCOMPARE(fixture.boxes.count(), 1);
         QVERIFY(fixture.folder.entries().isEmpty());
     }
 
-    void buttonIsEnabledWhileTheInstallerLoads()
-    {
-        UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        QTRY_VERIFY(fixture.button("pushButtonCheckNow")->isEnabled());
-    }
-
     void secondCheckDuringTheTransferChangesNothing()
     {
         QWidget parent;
         UpdateFixture fixture(&parent);
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
+        startInstaller(fixture);
+        // The button can be clicked while the installer is loading.
         QTRY_VERIFY(!fixture.isBusy());
         const QNetworkReply* reply = parent.findChild<FileDownloader*>()->currentReply();
         QVERIFY(reply);
@@ -82,79 +92,39 @@ private slots:
         QVERIFY(fixture.monitor()->isVisible());
         fixture.server.cut();
         QTRY_COMPARE(fixture.boxes.count(), 2);
-        QCOMPARE(fixture.boxes.lastText(), failed);
-        // The toolkit may ask for the installer again when its connection is lost.
+        QCOMPARE(fixture.boxes.lastText(), notLoaded);
         QCOMPARE(fixture.server.requestCount("QorMonitorUpdate.info"), 1);
     }
 
-    void withoutContentLengthTheBarStaysUndetermined()
+    void earlyEndIsReported_data()
     {
+        QTest::addColumn<Action>("end");
+        QTest::addColumn<bool>("dialogStays");
+        const auto row = [](const char* name, const Action& end, bool dialogStays) {
+            QTest::newRow(name) << end << dialogStays;
+        };
+        row(
+            "connection is cut", [](UpdateFixture& fixture) { fixture.server.cut(); }, true);
+        row(
+            "cancelled in the monitor",
+            [](UpdateFixture& fixture) { QTest::mouseClick(cancelButton(fixture), Qt::LeftButton); }, true);
+        row(
+            "update dialog is closed",
+            [](UpdateFixture& fixture) { fixture.button("pushButtonClose")->click(); }, false);
+    }
+
+    void earlyEndIsReported()
+    {
+        QFETCH(const Action, end);
+        QFETCH(const bool, dialogStays);
         UpdateFixture fixture;
-        HttpAnswer answer = held;
-        answer.length = HttpAnswer::NoLength;
-        fixture.server.setAnswer("setup.exe", answer);
-        startInstaller(&fixture);
-        const auto* bar = fixture.monitor()->findChild<QProgressBar*>();
-        QSignalSpy changes(bar, &QProgressBar::valueChanged);
-        changes.wait(200);
-        QCOMPARE(bar->minimum(), 0);
-        QCOMPARE(bar->maximum(), 0);
-    }
-
-    void failures_data()
-    {
-        QTest::addColumn<QByteArray>("status");
-        QTest::addColumn<bool>("interactive");
-        QTest::addColumn<bool>("withParent");
-        QTest::newRow("not found") << QByteArray("404 Not Found") << true << false;
-        QTest::newRow("not found, automatic mode") << QByteArray("404 Not Found") << false << false;
-        QTest::newRow("server error, with a parent") << QByteArray("503 Busy") << true << true;
-    }
-
-    void failures()
-    {
-        QFETCH(const QByteArray, status);
-        QFETCH(const bool, interactive);
-        QFETCH(const bool, withParent);
-        QWidget parent;
-        UpdateFixture fixture(withParent ? &parent : nullptr);
-        fixture.publish("1.05");
-        fixture.server.setAnswer("setup.exe", { "a page", status });
-        fixture.boxes.answer(QMessageBox::Yes);
-        bool monitorHidden = false;
-        fixture.boxes.answer([&](QMessageBox* box) {
-            monitorHidden = fixture.monitor()->isHidden();
-            MessageBoxes::click(box, QMessageBox::Ok);
-        });
-        fixture.dialog->checkForUpdates(interactive);
+        fixture.dialog->show();
+        startInstaller(fixture);
+        end(fixture);
         QTRY_COMPARE(fixture.boxes.count(), 2);
-        verifyFailureBox(fixture);
-        QVERIFY(monitorHidden);
-        QVERIFY(fixture.folder.entries().isEmpty());
-    }
-
-    void cutTransferIsReported()
-    {
-        UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        fixture.server.cut();
-        QTRY_COMPARE(fixture.boxes.count(), 2);
-        verifyFailureBox(fixture);
+        fixture.boxes.compareLast(QMessageBox::Critical, "QorMonitor"_s, notLoaded, nullptr);
         QVERIFY(fixture.monitor()->isHidden());
-        QVERIFY(fixture.folder.entries().isEmpty());
-    }
-
-    void cancelInTheMonitorIsReported()
-    {
-        UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        auto* cancel = fixture.monitor()->findChild<QPushButton*>();
-        QTest::mouseClick(cancel, Qt::LeftButton);
-        QCOMPARE(fixture.boxes.count(), 2);
-        verifyFailureBox(fixture);
-        QVERIFY(fixture.monitor()->isHidden());
+        QCOMPARE(fixture.dialog->isVisible(), dialogStays);
         QVERIFY(!fixture.isBusy());
         QVERIFY(fixture.folder.entries().isEmpty());
     }
@@ -162,67 +132,28 @@ private slots:
     void cancelTwiceReportsOnce()
     {
         UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        auto* cancel = fixture.monitor()->findChild<QPushButton*>();
+        startInstaller(fixture);
         // Once more while the first is being reported, and by the other button, too.
         fixture.boxes.answer([&](QMessageBox* box) {
-            cancel->click();
+            cancelButton(fixture)->click();
             fixture.button("pushButtonClose")->click();
             MessageBoxes::click(box, QMessageBox::Ok);
         });
-        cancel->click();
-        cancel->click();
+        cancelButton(fixture)->click();
+        cancelButton(fixture)->click();
         QCOMPARE(fixture.boxes.count(), 2);
-        QVERIFY(!fixture.isBusy());
-    }
-
-    void closeCancelsTheInstaller()
-    {
-        UpdateFixture fixture;
-        fixture.dialog->show();
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        fixture.button("pushButtonClose")->click();
-        QCOMPARE(fixture.boxes.count(), 2);
-        verifyFailureBox(fixture);
-        QVERIFY(fixture.monitor()->isHidden());
-        QVERIFY(fixture.dialog->isHidden());
-    }
-
-    void closeCancelsTheDescription_data()
-    {
-        QTest::addColumn<bool>("interactive");
-        QTest::newRow("on request") << true;
-        QTest::newRow("automatically") << false;
-    }
-
-    void closeCancelsTheDescription()
-    {
-        QFETCH(const bool, interactive);
-        UpdateFixture fixture;
-        fixture.dialog->show();
-        fixture.server.setAnswer("QorMonitorUpdate.info", held);
-        fixture.dialog->checkForUpdates(interactive);
-        QTRY_COMPARE(fixture.server.requests().size(), 1);
-        fixture.button("pushButtonClose")->click();
-        QCOMPARE(fixture.boxes.count(), interactive ? 1 : 0);
-        if (interactive)
-            QCOMPARE(fixture.boxes.seen().constLast().icon, QMessageBox::Warning);
-        QVERIFY(fixture.dialog->isHidden());
         QVERIFY(!fixture.isBusy());
     }
 
     void nextCheckStartsWithTheDescription()
     {
         UpdateFixture fixture;
-        fixture.server.setAnswer("setup.exe", held);
-        startInstaller(&fixture);
-        fixture.monitor()->findChild<QPushButton*>()->click();
+        startInstaller(fixture);
+        cancelButton(fixture)->click();
         QCOMPARE(fixture.boxes.count(), 2);
         fixture.publishText("nothing");
-        fixture.dialog->checkForUpdates(true);
-        QTRY_COMPARE(fixture.boxes.count(), 3);
+        fixture.check();
+        QCOMPARE(fixture.boxes.count(), 3);
         QCOMPARE(fixture.boxes.lastText(), "Keine Version von QorMonitor verfügbar!"_s);
         QVERIFY(fixture.monitor()->isHidden());
     }
@@ -231,17 +162,107 @@ private slots:
     {
         const QSslConfiguration security = Certificates::selfSigned();
         QVERIFY(!security.isNull());
-        const TestStore store(TestStore::UpdateCheck::Unset);
-        const DownloadFolder folder;
-        MessageBoxes boxes;
-        HttpServer server(security);
-        server.setAnswer("QorMonitorUpdate.info",
-                         { "VersionNo=\"2\" VersionDate=\"d\" mingw32_x64FileName=\"setup.exe\"" });
-        DlgCheckForUpdates dialog("QorMonitor"_s, nullptr);
-        dialog.addServerUrl(server.baseUrl());
-        dialog.checkForUpdates(false);
-        QTRY_COMPARE(boxes.count(), 1);
-        QCOMPARE(boxes.seen().constFirst().icon, QMessageBox::Question);
+        UpdateFixture fixture(nullptr, security);
+        fixture.publish("2");
+        fixture.check(false);
+        QCOMPARE(fixture.boxes.last().icon, QMessageBox::Question);
+    }
+
+    void failingFolders_data()
+    {
+        QTest::addColumn<FolderAction>("prepare");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QStringList>("left");
+        const auto row
+            = [](const char* name, const FolderAction& prepare, int size, const QString& reason,
+                 const QStringList& left) { QTest::newRow(name) << prepare << size << reason << left; };
+        row("folder is missing", [](const DownloadFolder& folder) { QVERIFY(QDir().rmdir(folder.path())); },
+            9, "No such file or directory"_s, {});
+        // Cannot be opened for writing by anybody, the superuser included.
+        row("name is a folder",
+            [](const DownloadFolder& folder) { QVERIFY(QDir().mkdir(folder.filePath("setup.exe"_s))); }, 9,
+            "Is a directory"_s, { "setup.exe"_s });
+        const auto fillDisk = [](const DownloadFolder& folder) {
+            QVERIFY(QFile::link("/dev/full"_s, folder.filePath("setup.exe"_s)));
+        };
+        row("disk is full", fillDisk, 1000000, "No space left on device"_s, {});
+        row("disk is full for what was buffered", fillDisk, 100, "No space left on device"_s, {});
+    }
+
+    void failingFolders()
+    {
+        QFETCH(const FolderAction, prepare);
+        QFETCH(const int, size);
+        QFETCH(const QString, reason);
+        QFETCH(const QStringList, left);
+        UpdateFixture fixture;
+        prepare(fixture.folder);
+        loadInstaller(fixture, QByteArray(size, 'x'));
+        compareSaveError(fixture, reason);
+        QCOMPARE(fixture.folder.entries(), left);
+        // The link went, not what it leads to.
+        QVERIFY(QFile::exists("/dev/full"_s));
+    }
+
+    void fileThatIsNotBegunStays()
+    {
+        UpdateFixture fixture;
+        // A running program cannot be opened for writing by anybody, the superuser included.
+        const QString older = fixture.folder.filePath("setup.exe"_s);
+        QVERIFY(QFile::copy("/bin/sleep"_s, older));
+        QVERIFY(QFile::setPermissions(
+            older, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
+        const QByteArray bytes = fixture.folder.read("setup.exe"_s);
+        QVERIFY(!bytes.isEmpty());
+        QProcess program;
+        program.start(older, { "60"_s });
+        QVERIFY(program.waitForStarted());
+        loadInstaller(fixture);
+        QCOMPARE(program.state(), QProcess::Running);
+        program.kill();
+        QVERIFY(program.waitForFinished());
+        compareSaveError(fixture, "Text file busy"_s);
+        QVERIFY(fixture.folder.read("setup.exe"_s) == bytes);
+    }
+
+    void namesOutsideTheFolder_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        for (const char* name :
+             { "..", ".", "../escaped.exe", "below/setup.exe", "..\\escaped.exe", "C:escaped.exe" })
+            QTest::newRow(name) << QByteArray(name);
+    }
+
+    void namesOutsideTheFolder()
+    {
+        QFETCH(const QByteArray, name);
+        UpdateFixture fixture;
+        QDir folder(fixture.folder.path());
+        QVERIFY(folder.mkdir("below"_s));
+        // Whatever the client makes of the name on its way to the server, it gets an answer.
+        fixture.server.setAnswerForUnknownPaths(HttpAnswer::ok("content"));
+        loadInstaller(fixture, "content", name);
+        compareSaveError(fixture, "Unzulässiger Dateiname \"%1\""_s.arg(QString::fromUtf8(name)));
+        QCOMPARE(fixture.folder.entries(), QStringList { "below"_s });
+        QVERIFY(QDir(fixture.folder.filePath("below"_s)).isEmpty());
+        QVERIFY(folder.cdUp());
+        QVERIFY(!folder.exists("escaped.exe"_s));
+    }
+
+    void programRunsOnAfterASaveError()
+    {
+        UpdateFixture fixture;
+        QVERIFY(QDir().rmdir(fixture.folder.path()));
+        fixture.offer(HttpAnswer::ok("content"));
+        constexpr int stillRunning = 42;
+        const auto answer = [&](QMessageBox* box) {
+            MessageBoxes::click(box, QMessageBox::Ok);
+            QTimer::singleShot(200, fixture.dialog.get(), [] { QCoreApplication::exit(stillRunning); });
+        };
+        QCOMPARE(fixture.runProgram(true, answer), stillRunning);
+        QCOMPARE(fixture.boxes.count(), 2);
+        QVERIFY(!fixture.isBusy());
     }
 };
 

@@ -27,11 +27,8 @@ void fillMessageList(const MainWinQorMonitor& window)
     for (const int webPort : { 8081, 8082, 8083 })
         units->addDevice("127.0.0.1"_s, webPort, webPort, "http"_s);
     // Afterwards: each new unit has the list built anew.
-    for (int i = 0; i < units->count(); ++i) {
-        auto* row = new QTreeWidgetItem(0);
-        bindDevice(row, units->at(i));
-        messageList(window)->addTopLevelItem(row);
-    }
+    for (int i = 0; i < units->count(); ++i)
+        addDeviceRow(messageList(window), new QTreeWidgetItem(0), units->at(i));
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QUrl>
 
-// Takes the place of the user's browser.
+// Takes the place of the user's browser and mail program.
 class Browser : public QObject {
     Q_OBJECT
 
@@ -30,5 +30,5 @@ public slots:
     void open(const QUrl& url) { opened << url; }
 
 private:
-    const QStringList schemes { QStringLiteral("http"), QStringLiteral("https") };
+    const QStringList schemes { QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("mailto") };
 };

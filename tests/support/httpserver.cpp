@@ -1,22 +1,46 @@
 // SPDX-License-Identifier: MIT
 #include "support/httpserver.h"
 
+#include <QHash>
+#include <QMutex>
 #include <QMutexLocker>
 #include <QPointer>
+#include <QSet>
 #include <QSslKey>
 #include <QSslSocket>
+#include <QTcpServer>
 #include <QTimer>
+
+#include <utility>
 
 namespace {
 constexpr int pieceIntervalMs = 5;
 const QByteArray folder = "/QorMonitorUpdate/";
 } // namespace
 
+HttpAnswer HttpAnswer::status(const QByteArray& status, const QByteArray& body)
+{
+    HttpAnswer answer;
+    answer.m_head = "HTTP/1.1 " + status + "\r\n";
+    answer.m_body = body;
+    answer.m_length = body.size();
+    return answer;
+}
+
+QByteArray HttpAnswer::head() const
+{
+    if (!m_announced)
+        return m_head + "Connection: close\r\n\r\n";
+    return m_head + "Connection: keep-alive\r\nContent-Length: " + QByteArray::number(m_length) + "\r\n\r\n";
+}
+
 class HttpServer::Listener : public QTcpServer {
 public:
     explicit Listener(const QSslConfiguration& security)
         : m_security(security)
     {
+        m_slowly.setInterval(pieceIntervalMs);
+        connect(&m_slowly, &QTimer::timeout, this, &Listener::releaseByte);
     }
 
     QByteArray pathOf(const QByteArray& request) const { return request.split(' ').value(1); }
@@ -30,19 +54,13 @@ public:
         }
     }
 
-    void releaseSome(int bytes)
-    {
-        for (Held& one : m_held) {
-            if (one.socket)
-                one.socket->write(one.rest.left(bytes));
-            one.rest.remove(0, bytes);
-        }
-    }
+    void releaseSlowly() { m_slowly.start(); }
 
     void cut()
     {
         const auto held = std::exchange(m_held, {});
         for (const Held& one : held) {
+            m_cutPaths.insert(one.path);
             if (one.socket)
                 one.socket->abort();
         }
@@ -50,7 +68,7 @@ public:
 
     mutable QMutex m_mutex;
     QHash<QByteArray, HttpAnswer> m_answers;
-    HttpAnswer m_answerForUnknownPaths { "nothing here", "404 Not Found", {} };
+    HttpAnswer m_answerForUnknownPaths = HttpAnswer::status("404 Not Found", "nothing here");
     QList<QByteArray> m_requests;
 
 protected:
@@ -69,8 +87,18 @@ protected:
 private:
     struct Held {
         QPointer<QSslSocket> socket;
+        QByteArray path;
         QByteArray rest;
     };
+
+    void releaseByte()
+    {
+        for (Held& one : m_held) {
+            if (one.socket)
+                one.socket->write(one.rest.left(1));
+            one.rest.remove(0, 1);
+        }
+    }
 
     void read(QSslSocket* socket)
     {
@@ -79,38 +107,32 @@ private:
         if (!request.contains("\r\n\r\n"))
             return;
         socket->setProperty("request", QByteArray());
+        const QByteArray path = pathOf(request);
         HttpAnswer answer;
         {
             const QMutexLocker lock(&m_mutex);
             m_requests.append(request);
-            answer = m_answers.value(pathOf(request), m_answerForUnknownPaths);
+            answer = m_answers.value(path, m_answerForUnknownPaths);
         }
-        send(socket, answer);
+        if (m_cutPaths.contains(path))
+            socket->abort();
+        else
+            send(socket, path, answer);
     }
 
-    void send(QSslSocket* socket, const HttpAnswer& answer)
+    void send(QSslSocket* socket, const QByteArray& path, const HttpAnswer& answer)
     {
         // The client ends the connection, unless that is what ends the body: one that is closed at once may
         // look to it as lost before the answer, and then it asks again.
-        const bool close = answer.length == HttpAnswer::NoLength;
-        socket->setProperty("close", close);
-        socket->write("HTTP/1.1 " + answer.status
-                      + (close ? "\r\nConnection: close\r\n" : "\r\nConnection: keep-alive\r\n"));
-        for (const QByteArray& header : answer.headers)
-            socket->write(header + "\r\n");
-        if (answer.length != HttpAnswer::NoLength) {
-            const qint64 length
-                = answer.length == HttpAnswer::BodyLength ? answer.body.size() : answer.length;
-            socket->write("Content-Length: " + QByteArray::number(length) + "\r\n");
-        }
-        socket->write("\r\n");
-        if (answer.holdFrom >= 0) {
-            socket->write(answer.body.left(answer.holdFrom));
-            m_held.append({ socket, answer.body.mid(answer.holdFrom) });
-        } else if (answer.pieceSize > 0) {
-            sendPieces(socket, answer.body, answer.pieceSize);
+        socket->setProperty("close", !answer.m_announced);
+        socket->write(answer.head());
+        if (answer.m_heldFrom >= 0) {
+            socket->write(answer.m_body.left(answer.m_heldFrom));
+            m_held.append({ socket, path, answer.m_body.mid(answer.m_heldFrom) });
+        } else if (answer.m_pieceSize > 0) {
+            sendPieces(socket, answer.m_body, answer.m_pieceSize);
         } else {
-            finish(socket, answer.body);
+            finish(socket, answer.m_body);
         }
     }
 
@@ -135,6 +157,8 @@ private:
 
     QSslConfiguration m_security;
     QList<Held> m_held;
+    QSet<QByteArray> m_cutPaths;
+    QTimer m_slowly { this };
 };
 
 HttpServer::HttpServer()
@@ -197,9 +221,9 @@ void HttpServer::release()
     onServerThread([this] { m_listener->release(); });
 }
 
-void HttpServer::releaseSome(int bytes)
+void HttpServer::releaseSlowly()
 {
-    onServerThread([this, bytes] { m_listener->releaseSome(bytes); });
+    onServerThread([this] { m_listener->releaseSlowly(); });
 }
 
 void HttpServer::cut()

@@ -2,31 +2,54 @@
 #pragma once
 
 #include <QByteArray>
-#include <QHash>
-#include <QList>
 #include <QMetaType>
-#include <QMutex>
 #include <QSslConfiguration>
 #include <QString>
-#include <QTcpServer>
 #include <QThread>
 #include <QUrl>
 
 #include <functional>
 
-// What the server sends for one path.
-struct HttpAnswer {
-    QByteArray body = {};
-    QByteArray status = "200 OK";
-    // Further header lines, without line ends.
-    QList<QByteArray> headers = {};
-    // The content length that the header claims; the body's own by default, none with NoLength.
-    enum { BodyLength = -1, NoLength = -2 };
-    qint64 length = BodyLength;
-    // From this byte on the body waits for release() or cut(); -1 sends it all.
-    int holdFrom = -1;
-    // Sent in pieces of this size with a short pause between them; 0 sends it at once.
-    int pieceSize = 0;
+// What the server sends for one path: made by ok() or status(), and changed by the others.
+class HttpAnswer {
+public:
+    HttpAnswer() = default;
+    static HttpAnswer ok(const QByteArray& body = {}) { return status("200 OK", body); }
+    static HttpAnswer status(const QByteArray& status, const QByteArray& body = {});
+
+    // With a further header line, given without its line end.
+    HttpAnswer with(const QByteArray& line) const
+    {
+        return changed(&HttpAnswer::m_head, m_head + line + "\r\n");
+    }
+    // The header announces this many bytes instead of the body's own, or nothing: then the end of the
+    // connection ends the body.
+    HttpAnswer claiming(int length) const { return changed(&HttpAnswer::m_length, length); }
+    HttpAnswer withoutLength() const { return changed(&HttpAnswer::m_announced, false); }
+    // From this byte on the body waits for the server's release(), releaseSlowly() or cut().
+    HttpAnswer held(int from) const { return changed(&HttpAnswer::m_heldFrom, from); }
+    // Sent in pieces of this size with a short pause between them.
+    HttpAnswer trickled(int pieceSize) const { return changed(&HttpAnswer::m_pieceSize, pieceSize); }
+
+    QByteArray body() const { return m_body; }
+
+private:
+    friend class HttpServer;
+
+    template <typename Value> HttpAnswer changed(Value HttpAnswer::*member, Value value) const
+    {
+        HttpAnswer answer = *this;
+        answer.*member = value;
+        return answer;
+    }
+    QByteArray head() const;
+
+    QByteArray m_head;
+    QByteArray m_body;
+    bool m_announced = true;
+    int m_length = 0;
+    int m_heldFrom = -1;
+    int m_pieceSize = 0;
 };
 
 Q_DECLARE_METATYPE(HttpAnswer)
@@ -51,10 +74,10 @@ public:
     // The requests so far, in order: header lines as they came, the request line first.
     QList<QByteArray> requests() const;
     int requestCount(const QByteArray& name) const;
-    // Sends what is held back, or only the next bytes of it.
+    // Sends what is held back: all at once, or byte by byte.
     void release();
-    void releaseSome(int bytes);
-    // Drops the connections that hold something back.
+    void releaseSlowly();
+    // Drops the connections that hold something back, and those on which their paths are asked for again.
     void cut();
 
 private:

@@ -3,12 +3,10 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "support/units.h"
 
 #include <QSettings>
 #include <QtTest>
-
-const QString nothingLoaded = QStringLiteral("Refresh AddHost Close");
-const QString unitLoaded = QStringLiteral("Monitor StopMonitor Remove Refresh ChangeHost AddHost Close");
 
 QPushButton* ManagedWindow::button(const char* name) const
 {
@@ -18,6 +16,13 @@ QPushButton* ManagedWindow::button(const char* name) const
 QLineEdit* ManagedWindow::field(const char* name) const
 {
     return dialog()->findChild<QLineEdit*>(QLatin1String("lineEdit") + QLatin1String(name));
+}
+
+bool ManagedWindow::show()
+{
+    m_window.showDeviceManager();
+    dialog()->activateWindow();
+    return QTest::qWaitForWindowActive(dialog());
 }
 
 void ManagedWindow::invoke(const char* name)
@@ -37,9 +42,30 @@ void ManagedWindow::enter(const QString& host, const QString& zmqPort, const QSt
 
 Device* ManagedWindow::add(int zmqPort, const QString& webPort)
 {
-    enter(QStringLiteral("127.0.0.1"), QString::number(zmqPort), webPort);
+    enter(loopback, QString::number(zmqPort), webPort);
     click("AddHost");
     return list()->at(list()->count() - 1);
+}
+
+Device* ManagedWindow::addLoaded(int zmqPort)
+{
+    Device* device = add(zmqPort);
+    [this] { QVERIFY(show()); }();
+    clickRow(device);
+    return device;
+}
+
+void ManagedWindow::clickRow(const Device* device)
+{
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                      tree()->visualItemRect(rowOf(device)).center());
+}
+
+void ManagedWindow::doubleClickRow(const Device* device)
+{
+    const QPoint place = tree()->visualItemRect(rowOf(device)).center();
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
+    QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
 }
 
 QString ManagedWindow::fields() const
@@ -74,31 +100,10 @@ QTreeWidgetItem* ManagedWindow::rowOf(const Device* device) const
     return nullptr;
 }
 
-void ManagedWindow::clickRow(const Device* device)
-{
-    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      tree()->visualItemRect(rowOf(device)).center());
-}
-
-void ManagedWindow::doubleClickRow(const Device* device)
-{
-    const QPoint place = tree()->visualItemRect(rowOf(device)).center();
-    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
-    QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
-}
-
-bool ManagedWindow::show()
-{
-    m_window.showDeviceManager();
-    dialog()->activateWindow();
-    return QTest::qWaitForWindowActive(dialog());
-}
-
 QString ManagedWindow::enabledButtons() const
 {
     QStringList names;
-    for (const char* name :
-         { "Monitor", "StopMonitor", "Remove", "Refresh", "ChangeHost", "AddHost", "Close" }) {
+    for (const char* name : buttonNames) {
         if (button(name)->isEnabled())
             names << QLatin1String(name);
     }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDialog>
 #include <QMessageBox>
 #include <QObject>
+#include <QPointer>
 #include <QQueue>
 #include <QVector>
 
@@ -10,43 +12,52 @@
 
 Q_DECLARE_METATYPE(QMessageBox::Icon)
 
-// Answers message boxes from inside of their own event loops, as a user would, and keeps what each one
-// showed. Without a prepared answer a box is closed with its Ok, else its No button.
+// Answers modal dialogs from inside of their own event loops, as a user would, and keeps what each one
+// showed. Without a prepared answer a message box is closed with its Ok, else its No button, and any other
+// dialog with Escape.
 class MessageBoxes : public QObject {
     Q_OBJECT
 
 public:
     struct Box {
-        QMessageBox::Icon icon = QMessageBox::NoIcon;
+        // Null as soon as the dialog is gone.
+        QPointer<QDialog> dialog;
+        QByteArray className;
         QString title;
-        QString text;
-        QMessageBox::StandardButtons buttons = QMessageBox::NoButton;
-        // Null for none.
-        QAbstractButton* defaultButton = nullptr;
-        QMessageBox::StandardButton defaultKind = QMessageBox::NoButton;
         // Only to be compared.
         const QWidget* parent = nullptr;
-        bool modal = false;
+        // What follows only message boxes have.
+        QMessageBox::Icon icon = QMessageBox::NoIcon;
+        QString text;
+        QMessageBox::StandardButtons buttons = QMessageBox::NoButton;
+        // NoButton for none.
+        QMessageBox::StandardButton defaultButton = QMessageBox::NoButton;
     };
     using Answer = std::function<void(QMessageBox*)>;
 
     MessageBoxes();
 
-    // For the next box that has no answer yet.
+    // Each is for the next dialog that has no answer yet.
     void answer(QMessageBox::StandardButton button);
-    void answer(const Answer& action) { m_answers.enqueue(action); }
+    void answer(const Answer& action);
+    void answerDialog(const std::function<void(QDialog*)>& action) { m_answers.enqueue(action); }
     static void click(QMessageBox* box, QMessageBox::StandardButton button);
 
     const QVector<Box>& seen() const { return m_seen; }
     int count() const { return m_seen.size(); }
-    QString lastText() const { return m_seen.isEmpty() ? QString() : m_seen.last().text; }
+    // An empty one before the first.
+    Box last() const { return m_seen.isEmpty() ? Box() : m_seen.last(); }
+    QString lastText() const { return last().text; }
+    // Compares the last one with a message box. A lone Ok is to be the default button, others are not.
+    void compareLast(QMessageBox::Icon icon, const QString& title, const QString& text, const QWidget* parent,
+                     QMessageBox::StandardButtons buttons = QMessageBox::Ok) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void handle(QMessageBox* box);
+    void handle(QDialog* dialog);
 
-    QQueue<Answer> m_answers;
+    QQueue<std::function<void(QDialog*)>> m_answers;
     QVector<Box> m_seen;
 };

@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QSettings>
+#include <QTimer>
+#include <QtTest>
 
 DownloadFolder::DownloadFolder()
 {
@@ -28,8 +30,15 @@ QStringList DownloadFolder::entries() const
     return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
-UpdateFixture::UpdateFixture(QWidget* parent)
-    : dialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), parent))
+QByteArray updateDescription(const QByteArray& versionNo, const QByteArray& fileName)
+{
+    return "VersionNo=\"" + versionNo + "\"\nVersionDate=\"05. Mar 2026\"\nmingw32_x64FileName=\"" + fileName
+        + "\"\n";
+}
+
+UpdateFixture::UpdateFixture(QWidget* parent, const QSslConfiguration& security)
+    : server(security)
+    , dialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), parent))
 {
     // As the program does it, whose tray icon stays.
     QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -38,13 +47,34 @@ UpdateFixture::UpdateFixture(QWidget* parent)
 
 void UpdateFixture::publish(const QByteArray& versionNo, const QByteArray& fileName)
 {
-    publishText("VersionNo=\"" + versionNo + "\"\nVersionDate=\"05. Mar 2026\"\nmingw32_x64FileName=\""
-                + fileName + "\"\n");
+    publishText(updateDescription(versionNo, fileName));
+}
+
+void UpdateFixture::offer(const HttpAnswer& installer, const QByteArray& fileName)
+{
+    publish("1.05", fileName);
+    server.setAnswer(fileName, installer);
+    boxes.answer(QMessageBox::Yes);
 }
 
 void UpdateFixture::install(const QString& versionNo)
 {
     QSettings().setValue(QStringLiteral("VersionNo"), versionNo);
+}
+
+void UpdateFixture::check(bool interactive)
+{
+    dialog->checkForUpdates(interactive);
+    QVERIFY(isBusy());
+    QTRY_VERIFY(!isBusy());
+}
+
+int UpdateFixture::runProgram(bool interactive, const MessageBoxes::Answer& lastAnswer)
+{
+    boxes.answer(lastAnswer);
+    QTimer::singleShot(0, dialog.get(), [this, interactive] { dialog->checkForUpdates(interactive); });
+    QTimer::singleShot(20000, dialog.get(), [] { QCoreApplication::exit(timedOut); });
+    return QCoreApplication::exec();
 }
 
 QPushButton* UpdateFixture::button(const char* name) const
