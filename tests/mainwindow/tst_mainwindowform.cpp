@@ -158,7 +158,7 @@ private slots:
 
     void f10OpensTheFirstMenu()
     {
-        QVERIFY(activateWindow());
+        QVERIFY(bringToFront(m_window.get()));
         messages()->setFocus();
         auto* menu = child<QMenu>("menuApplication");
         QVERIFY(!m_window->menuBar()->activeAction());

@@ -63,7 +63,8 @@ private slots:
         const RefusingProxy proxy;
         const MessageBoxes boxes;
         QSettings().remove("AutoCheckUpdates"_s);
-        // The window from before this ends without having asked.
+        restart();
+        // The first window ends before its check, and asks nobody.
         restart();
         QElapsedTimer elapsed;
         elapsed.start();
