@@ -1,56 +1,38 @@
 // SPDX-License-Identifier: MIT
-// Prints the peak memory of an installer's download: bench_download [megabytes]. The server is a copy of this
-// program, so that its memory does not count.
+// Prints the peak memory of the download of a 300 MiB installer. The server is a copy of this program, so
+// that its memory does not count.
 #include "dialogs/filedownloader.h"
+#include "support/httpserver.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTimer>
+#include <QSignalSpy>
+
+#include <sys/resource.h>
 
 #include <cstdio>
 
 namespace {
 
-constexpr qint64 megabyte = 1024 * 1024;
+constexpr int installerSize = 300 * 1024 * 1024;
 constexpr int timeoutMs = 120000;
 
-int serve(qint64 size)
+int serve()
 {
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [&server, size] {
-        QTcpSocket* socket = server.nextPendingConnection();
-        QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, size] {
-            if (!socket->readAll().endsWith("\r\n\r\n"))
-                return;
-            socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(size) + "\r\n\r\n");
-            for (qint64 sent = 0; sent < size && socket->state() == QTcpSocket::ConnectedState;
-                 sent += megabyte) {
-                socket->write(QByteArray(megabyte, 'x'));
-                socket->waitForBytesWritten(timeoutMs);
-            }
-        });
-        QObject::connect(socket, &QTcpSocket::disconnected, &server, &QCoreApplication::quit);
-    });
-    QTimer::singleShot(timeoutMs, &server, &QCoreApplication::quit);
-    std::printf("%d\n", int(server.serverPort()));
+    HttpServer server;
+    server.setAnswer("setup.exe", { QByteArray(installerSize, 'x') });
+    std::puts(qPrintable(server.url("setup.exe"_s).toString()));
     std::fflush(stdout);
-    return QCoreApplication::exec();
+    // Until the parent closes its end.
+    return std::getchar() == EOF ? 0 : 1;
 }
 
-QByteArray peakMemory()
+long peakKibibytes()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return "unknown";
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).simplified();
-    }
-    return "unknown";
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
 }
 
 } // namespace
@@ -58,26 +40,20 @@ QByteArray peakMemory()
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
-    if (argc == 3 && qstrcmp(argv[1], "--serve") == 0)
-        return serve(QByteArray(argv[2]).toLongLong() * megabyte);
-    const QString megabytes = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("300");
+    if (argc == 2 && qstrcmp(argv[1], "--serve") == 0)
+        return serve();
     QProcess server;
-    server.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--serve"), megabytes });
+    server.start(QCoreApplication::applicationFilePath(), { "--serve"_s });
     if (!server.waitForReadyRead(timeoutMs))
         return 1;
-    const int port = server.readLine().trimmed().toInt();
+    const QUrl address(QString::fromLatin1(server.readLine()).trimmed());
     FileDownloader downloader(nullptr);
-    QObject::connect(&downloader, &FileDownloader::busyChanged, &downloader, [&downloader] {
-        if (!downloader.isBusy())
-            QCoreApplication::quit();
-    });
-    QTimer::singleShot(timeoutMs, &downloader, &QCoreApplication::quit);
-    std::printf("before: %s\n", peakMemory().constData());
-    downloader.download(QUrl(QStringLiteral("http://127.0.0.1:%1/setup.exe").arg(port)));
-    QCoreApplication::exec();
-    std::printf("after %lld bytes: %s\n", qint64(downloader.downloadedData().size()),
-                peakMemory().constData());
-    server.kill();
+    QSignalSpy success(&downloader, &FileDownloader::downloadSuccess);
+    std::printf("peak memory before the download: %ld KiB\n", peakKibibytes());
+    downloader.download(address);
+    const bool whole = success.wait(timeoutMs) && downloader.downloadedData().size() == installerSize;
+    std::printf("peak memory after %d bytes: %ld KiB\n", downloader.downloadedData().size(), peakKibibytes());
+    server.closeWriteChannel();
     server.waitForFinished();
-    return downloader.downloadedData().size() == megabytes.toLongLong() * megabyte ? 0 : 1;
+    return whole ? 0 : 1;
 }

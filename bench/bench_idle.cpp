@@ -2,11 +2,11 @@
 // Processor time of idle links, held against bare loops with the same 1 ms poll, measured by turns.
 #include "link/qorinterface.h"
 #include "statistics.h"
+#include "support/publisher.h"
+#include "support/units.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-
-#include <zmq.h>
 
 #include <array>
 #include <atomic>
@@ -19,44 +19,30 @@ namespace {
 
 constexpr int links = 10;
 constexpr int rounds = 5;
-constexpr int roundMs = 2000;
-
-double processSeconds()
-{
-    timespec time {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
+constexpr std::chrono::seconds roundLength(2);
 
 // Microseconds of processor time for each link and second, spent by the whole process during one round.
 double measureRound()
 {
-    const double before = processSeconds();
+    const std::clock_t before = std::clock();
     QElapsedTimer timer;
     timer.start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(roundMs));
-    const double seconds = static_cast<double>(timer.elapsed()) / 1e3;
-    return (processSeconds() - before) * 1e6 / seconds / links;
+    std::this_thread::sleep_for(roundLength);
+    const double processor = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+    return processor * 1e6 / (static_cast<double>(timer.elapsed()) / 1e3) / links;
 }
 
 void bareLoop(int port, const std::atomic<bool>& stop)
 {
-    void* context = zmq_ctx_new();
-    void* socket = zmq_socket(context, ZMQ_SUB);
-    zmq_setsockopt(socket, ZMQ_SUBSCRIBE, "", 0);
-    char endpoint[64];
-    std::snprintf(endpoint, sizeof endpoint, "tcp://127.0.0.1:%d", port);
-    zmq_connect(socket, endpoint);
-    zmq_msg_t message;
-    zmq_msg_init_size(&message, 5000);
+    zmq::context_t context;
+    zmq::socket_t socket(context, zmq::socket_type::sub);
+    socket.set(zmq::sockopt::subscribe, "");
+    socket.connect("tcp://127.0.0.1:" + std::to_string(port));
+    std::array<char, 5000> text {};
     while (!stop) {
-        zmq_msg_recv(&message, socket, ZMQ_DONTWAIT);
-        const timespec pause { 0, 1000000 };
-        nanosleep(&pause, nullptr);
+        (void)socket.recv(zmq::buffer(text), zmq::recv_flags::dontwait);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    zmq_msg_close(&message);
-    zmq_close(socket);
-    zmq_ctx_destroy(context);
 }
 
 double measureBareLoops(int port)
@@ -76,7 +62,7 @@ double measureLinks(int port)
 {
     std::array<QorInterface, links> all;
     for (QorInterface& link : all)
-        link.connectQor(QStringLiteral("127.0.0.1"), port);
+        link.connectQor(loopback, port);
     return measureRound();
 }
 
@@ -85,23 +71,13 @@ double measureLinks(int port)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    void* context = zmq_ctx_new();
-    void* publisher = zmq_socket(context, ZMQ_PUB);
-    zmq_bind(publisher, "tcp://127.0.0.1:*");
-    char endpoint[64];
-    size_t size = sizeof endpoint;
-    zmq_getsockopt(publisher, ZMQ_LAST_ENDPOINT, endpoint, &size);
-    const int port = QByteArray(endpoint).split(':').last().toInt();
-
+    const Publisher publisher;
     QVector<double> ours;
     QVector<double> bare;
     for (int i = 0; i < rounds; ++i) {
-        bare.append(measureBareLoops(port));
-        ours.append(measureLinks(port));
+        bare.append(measureBareLoops(publisher.port()));
+        ours.append(measureLinks(publisher.port()));
     }
-    zmq_close(publisher);
-    zmq_ctx_destroy(context);
     std::printf("idle processor time for one link: %.0f us/s, bare loop %.0f us/s, ratio %.2f\n",
                 quantile(ours, 0.5), quantile(bare, 0.5), quantile(ours, 0.5) / quantile(bare, 0.5));
     return 0;

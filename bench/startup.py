@@ -62,17 +62,15 @@ def main():
         for _ in range(ROUNDS):
             for program, values in results.items():
                 values.append(measure(program, folder))
-    ours, theirs = (
-        [statistics.median(column) for column in zip(*results[program])] for program in (monitor, empty)
+    ours, theirs = (list(map(statistics.median, zip(*values))) for values in results.values())
+    figures = (
+        ("start to mapped window", "ms", 1e3),
+        ("resident memory", "MiB", 1 / 1024),
+        ("proportional memory", "MiB", 1 / 1024),
     )
-    for name, unit, scale, a, b in zip(
-        ("start to mapped window", "resident memory", "proportional memory"),
-        ("ms", "MiB", "MiB"),
-        (1e3, 1 / 1024, 1 / 1024),
-        ours,
-        theirs,
-    ):
-        print(f"{name}: {a * scale:.0f} {unit}, empty window {b * scale:.0f} {unit}, ratio {a / b:.2f}")
+    for (name, unit, scale), our, their in zip(figures, ours, theirs):
+        pair = f"{our * scale:.0f} {unit}, empty window {their * scale:.0f} {unit}"
+        print(f"{name}: {pair}, ratio {our / their:.2f}")
 
 
 if __name__ == "__main__":

@@ -93,7 +93,6 @@ void MainWinQorMonitor::updateTitle()
 
 void MainWinQorMonitor::toggleAlertHighlight()
 {
-    // Called by nothing in this version, and m_highlightEnabled is never set: the box stays as it is.
     const bool phase = m_blinkPhase;
     m_blinkPhase = !m_blinkPhase;
     const bool highlight = !m_acknowledged && m_highlightEnabled && !phase;

@@ -67,31 +67,20 @@ MainWinQorMonitor::~MainWinQorMonitor()
 
 void MainWinQorMonitor::createConnections()
 {
+    connectDeviceList();
+    connectActions();
+    connectMessageList();
+    connectMenuKey();
+    startTimers();
+}
+
+void MainWinQorMonitor::connectDeviceList()
+{
     connect(m_deviceList, &DeviceList::deviceStatesChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::updateDevice);
     connect(m_deviceList, &DeviceList::alertChanged, this, &MainWinQorMonitor::processAlertChanged);
     connect(m_deviceList, &DeviceList::deviceChanged, m_deviceManager, &DlgDeviceManager::updateDevice);
     connect(m_deviceList, &DeviceList::listChanged, m_deviceManager, &DlgDeviceManager::rebuildList);
-    connectActions();
-    connect(m_ui->treeWidget, &QTreeWidget::itemDoubleClicked, this,
-            &MainWinQorMonitor::processTreeWidgetItemDoubleClicked);
-    for (const auto key : { Qt::Key_Return, Qt::Key_Enter }) {
-        auto* shortcut = new QShortcut(key, m_ui->treeWidget, nullptr, nullptr, Qt::WidgetShortcut);
-        connect(shortcut, &QShortcut::activated, this, &MainWinQorMonitor::openSelectedRow);
-    }
-    // The menus' titles have no mnemonics and not every style lets Alt into the menu bar.
-    auto* menuKey = new QShortcut(Qt::Key_F10, this);
-    connect(menuKey, &QShortcut::activated, m_ui->menuBar,
-            [this] { m_ui->menuBar->setActiveAction(m_ui->menuApplication->menuAction()); });
-    // Runs without effect: nothing is connected to it in this version.
-    m_alertTimer.setInterval(alertTimerIntervalMs);
-    m_alertTimer.start();
-    // The automatic check runs once, whether the window is shown or not.
-    const QPointer<DlgCheckForUpdates> updateDialog(m_updateDialog.get());
-    QTimer::singleShot(updateCheckDelayMs, Qt::CoarseTimer, [updateDialog] {
-        if (updateDialog)
-            updateDialog->checkForUpdates(false);
-    });
 }
 
 void MainWinQorMonitor::connectActions()
@@ -104,6 +93,36 @@ void MainWinQorMonitor::connectActions()
     connect(m_ui->actionMinimizeWindow, &QAction::triggered, this, &MainWinQorMonitor::minimizeWindow);
     connect(m_ui->actionUpdates, &QAction::triggered, this, &MainWinQorMonitor::showUpdates);
     connect(m_ui->actionUseAudio, &QAction::triggered, this, &MainWinQorMonitor::toggleUseAudio);
+}
+
+void MainWinQorMonitor::connectMessageList()
+{
+    connect(m_ui->treeWidget, &QTreeWidget::itemDoubleClicked, this,
+            &MainWinQorMonitor::processTreeWidgetItemDoubleClicked);
+    for (const auto key : { Qt::Key_Return, Qt::Key_Enter }) {
+        auto* shortcut = new QShortcut(key, m_ui->treeWidget, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, &MainWinQorMonitor::openSelectedRow);
+    }
+}
+
+void MainWinQorMonitor::connectMenuKey()
+{
+    // The menus' titles have no mnemonics and not every style lets Alt into the menu bar.
+    auto* menuKey = new QShortcut(Qt::Key_F10, this);
+    connect(menuKey, &QShortcut::activated, m_ui->menuBar,
+            [this] { m_ui->menuBar->setActiveAction(m_ui->menuApplication->menuAction()); });
+}
+
+void MainWinQorMonitor::startTimers()
+{
+    m_alertTimer.setInterval(alertTimerIntervalMs);
+    m_alertTimer.start();
+    // The automatic check runs once, whether the window is shown or not.
+    const QPointer<DlgCheckForUpdates> updateDialog(m_updateDialog.get());
+    QTimer::singleShot(updateCheckDelayMs, Qt::CoarseTimer, [updateDialog] {
+        if (updateDialog)
+            updateDialog->checkForUpdates(false);
+    });
 }
 
 void MainWinQorMonitor::fillToolBar()
@@ -178,6 +197,7 @@ void MainWinQorMonitor::updateDevice(Device* pDevice)
         if (!row || boundDevice(row) != pDevice)
             continue;
         row->setData(NameColumn, Qt::DisplayRole, pDevice->qorName());
+        // No error: the windows trace at critical level, and people search the log for it.
         qCritical() << "update device" << pDevice->qorName();
     }
 }

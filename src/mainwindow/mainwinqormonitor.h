@@ -23,7 +23,8 @@ class MainWinQorMonitor;
 // The program's window and the owner of everything that the user works with. Its centre is the list of the
 // monitor messages of all monitored units; an alert rings until it is acknowledged and brings the window to
 // the front. Created by main without a parent, lives on the GUI thread. Closing hides it into the system
-// tray; the ways out are the "Beenden" action and an update.
+// tray; the ways out are the "Beenden" action and an update. Operations that belong to an action do nothing
+// while that is disabled, unless they say otherwise.
 class MainWinQorMonitor : public QMainWindow {
     Q_OBJECT
 
@@ -38,14 +39,22 @@ public:
     // Rings for as long as it is not finished.
     const QSound& alarmSound() const { return m_alarmSound; }
 
+    // Message list and dialogs, in mainwinqormonitor.cpp.
+
     // Fills the message list anew from every monitored unit, in list order.
     void rebuildMessageList();
     // Shows the unit's present name in all of its rows.
     void updateDevice(Device* pDevice);
     // Opens the web interface of the row's unit in the default browser.
     void processTreeWidgetItemDoubleClicked(QTreeWidgetItem* item, int column);
+    void showAbout();
+    void showDeviceManager();
+    // Runs the update dialog, also while its action is disabled.
+    void showUpdates();
     // Saves the window geometry and ends the program.
     void exitApplication();
+
+    // Alarm, acknowledgement and tray, in mainwinalerts.cpp with the events and createTrayIcon().
 
     // Rings, if sound is on, and shows the window while any unit needs attention; falls silent otherwise.
     void processAlertChanged();
@@ -61,12 +70,8 @@ public:
     void processTrayActivated(QSystemTrayIcon::ActivationReason reason);
     void updateActions();
     void updateTitle();
-    // Toggles the highlight of the group box.
+    // Blinks the group box. Part of the window's interface, but nothing in this program calls it.
     void toggleAlertHighlight();
-
-    void showAbout();
-    void showDeviceManager();
-    void showUpdates();
 
 protected:
     // Hides the window instead of closing it.
@@ -75,23 +80,31 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
-    void createTrayIcon();
     void createConnections();
+    void connectDeviceList();
     void connectActions();
+    void connectMessageList();
+    void connectMenuKey();
+    void startTimers();
     void fillToolBar();
     void restoreSettings();
     void loadDevices();
     void setUpViews();
     void addMessageRows(Device* device);
     void openSelectedRow();
+    void createTrayIcon();
 
     std::unique_ptr<Ui::MainWinQorMonitor> m_ui;
     DeviceList* m_deviceList;
     DlgDeviceManager* m_deviceManager;
+    // Fires every second, but nothing is connected to it: its highlight is never switched on.
     QTimer m_alertTimer;
+    // Only for toggleAlertHighlight(); the second one is never set, so the group box is never highlighted.
     bool m_blinkPhase = false;
     bool m_highlightEnabled = false;
+    // Since the last alert; read by toggleAlertHighlight() only.
     bool m_acknowledged = false;
+    // When that was last; nothing reads it.
     QDateTime m_acknowledgeTime = QDateTime::currentDateTime();
     QSound m_alarmSound { QStringLiteral(":/AlarmSound00.wav") };
     QSystemTrayIcon* m_trayIcon = nullptr;

@@ -1,55 +1,45 @@
 // SPDX-License-Identifier: MIT
-// What makes the alarm ring and what silences it.
-
+// The alarm: what makes it ring and brings the window to the front, what silences it, and its switch.
 #include "devices/device.h"
-#include "link/qorinterface.h"
-#include "support/literals.h"
-#include "support/monitorwindow.h"
-#include "support/units.h"
+#include "dialogs/dlgcheckforupdates.h"
+#include "dialogs/dlgdevicemanager.h"
+#include "support/eventwatch.h"
+#include "support/messageboxes.h"
 #include "support/publisher.h"
-#include "support/teststore.h"
+#include "support/units.h"
+#include "support/windowtest.h"
 
+#include <QGroupBox>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QSound>
 #include <QSoundEffect>
 #include <QtTest>
 
-class TestAlerts : public QObject {
+namespace {
+const auto soundKey = "UseAudio"_s;
+int plays = 0;
+} // namespace
+
+// Takes the place of Qt's, which tells nobody whether it starts a sound or plays a ringing one anew.
+void QSound::play()
+{
+    ++plays;
+    findChild<QSoundEffect*>()->play();
+}
+
+class TestAlerts : public WindowTest {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_store.clear();
-        QSettings().setValue("AutoCheckUpdates"_s, false);
-    }
-
     void alarmLoopsWithoutEnd()
     {
-        const MainWinQorMonitor window;
-        QCOMPARE(window.alarmSound().fileName(), ":/AlarmSound00.wav"_s);
-        QCOMPARE(window.alarmSound().loops(), int(QSound::Infinite));
-        QVERIFY(!window.alarmSound().parent());
-        QVERIFY(!rings(window));
-        QVERIFY(!window.isVisible());
-    }
-
-    void storedUnitsRingAtStart_data()
-    {
-        QTest::addColumn<bool>("sound");
-        QTest::newRow("sound on") << true;
-        QTest::newRow("sound off") << false;
-    }
-
-    void storedUnitsRingAtStart()
-    {
-        QFETCH(const bool, sound);
-        for (int i = 0; i < 2; ++i)
-            m_store.writeUnit(i, { { "Host"_s, "127.0.0.1"_s }, { "ZmqPort"_s, i } });
-        QSettings().setValue("UseAudio"_s, sound);
-        const MainWinQorMonitor window;
-        QCOMPARE(rings(window), sound);
-        QVERIFY(window.isVisible());
+        const QSound& alarm = m_window->alarmSound();
+        QCOMPARE(alarm.fileName(), ":/AlarmSound00.wav"_s);
+        QCOMPARE(alarm.loops(), int(QSound::Infinite));
+        QVERIFY(!alarm.parent());
+        QVERIFY(!rings());
+        QVERIFY(!m_window->isVisible());
     }
 
     void anyFlagRings_data()
@@ -68,176 +58,284 @@ private slots:
     {
         QFETCH(const QVector<bool>, flags);
         QFETCH(const bool, alert);
-        MainWinQorMonitor window;
         for (int i = 0; i < flags.size(); ++i)
-            addUnit(*window.deviceList(), i)->setAlert(flags.at(i));
-        acknowledge(window);
-        window.hide();
-        QVERIFY(!rings(window));
-        raiseAlert(window);
-        QCOMPARE(rings(window), alert);
-        QCOMPARE(window.isVisible(), alert);
+            addUnit(units(), i)->setAlert(flags.at(i));
+        acknowledge();
+        m_window->hide();
+        QVERIFY(!rings());
+        raiseAlert();
+        QCOMPARE(rings(), alert);
+        QCOMPARE(m_window->isVisible(), alert);
     }
 
     void secondAlertDoesNotRestart()
     {
-        MainWinQorMonitor window;
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        QVERIFY(rings(window));
-        auto* effect = window.alarmSound().findChild<QSoundEffect*>();
-        const QSignalSpy playing(effect, &QSoundEffect::playingChanged);
-        const QSignalSpy loops(effect, &QSoundEffect::loopsRemainingChanged);
-        raiseAlert(window);
-        QVERIFY(rings(window));
-        QCOMPARE(playing.count(), 0);
-        QCOMPARE(loops.count(), 0);
+        const int before = plays;
+        ring();
+        QVERIFY(rings());
+        QCOMPARE(plays, before + 1);
+        raiseAlert();
+        QVERIFY(rings());
+        QCOMPARE(plays, before + 1);
     }
 
     void lastFlagGoneSilences()
     {
-        MainWinQorMonitor window;
-        Device* first = addUnit(*window.deviceList(), 1);
-        Device* second = addUnit(*window.deviceList(), 2);
-        raiseAlert(window);
-        QVERIFY(rings(window));
+        Device* first = addUnit(units(), 1);
+        Device* second = addUnit(units(), 2);
+        raiseAlert();
+        QVERIFY(rings());
         first->setAlert(false);
-        QVERIFY(rings(window));
-        window.hide();
+        QVERIFY(rings());
+        m_window->hide();
         second->setAlert(false);
-        QVERIFY(!rings(window));
-        QVERIFY(!window.isVisible());
+        QVERIFY(!rings());
+        QVERIFY(!m_window->isVisible());
     }
 
     void acknowledgedUnitsKeepTheirFlags()
     {
-        MainWinQorMonitor window;
-        const Device* first = addUnit(*window.deviceList(), 1);
-        const Device* second = addUnit(*window.deviceList(), 2);
-        raiseAlert(window);
-        QVERIFY(rings(window));
-        acknowledge(window);
-        QVERIFY(!rings(window));
+        const Device* first = addUnit(units(), 1);
+        const Device* second = addUnit(units(), 2);
+        raiseAlert();
+        QVERIFY(rings());
+        acknowledge();
+        QVERIFY(!rings());
         QVERIFY(first->alert());
         QVERIFY(second->alert());
-        raiseAlert(window);
-        QVERIFY(rings(window));
-    }
-
-    void disabledAcknowledgeKeepsRinging()
-    {
-        MainWinQorMonitor window;
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        action(window, "actionAcknowledgeWarnings")->setEnabled(false);
-        window.acknowledgeWarnings();
-        QVERIFY(rings(window));
-        action(window, "actionAcknowledgeWarnings")->setEnabled(true);
-        window.acknowledgeWarnings();
-        QVERIFY(!rings(window));
+        raiseAlert();
+        QVERIFY(rings());
     }
 
     void doubleClickOnTheWindowAcknowledges()
     {
-        MainWinQorMonitor window;
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QVERIFY(rings(window));
+        ring();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QVERIFY(rings());
         // Whatever of the window does not use the double-click itself hands it on.
-        QTest::mouseDClick(window.centralWidget()->findChild<QWidget*>("groupBox"_s), Qt::LeftButton,
-                           Qt::NoModifier, { 2, 2 });
-        QVERIFY(!rings(window));
+        QTest::mouseDClick(group(), Qt::LeftButton, Qt::NoModifier, { 2, 2 });
+        QVERIFY(!rings());
 
-        raiseAlert(window);
+        raiseAlert();
         QMouseEvent event(QEvent::MouseButtonDblClick, { 1, 1 }, Qt::LeftButton, Qt::LeftButton,
                           Qt::NoModifier);
-        QCoreApplication::sendEvent(&window, &event);
-        QVERIFY(!rings(window));
+        QCoreApplication::sendEvent(m_window.get(), &event);
+        QVERIFY(!rings());
         // The base class would have declined it.
         QVERIFY(event.isAccepted());
+    }
+
+    void unitRingsByItsState()
+    {
+        Publisher publisher;
+        const Device* unit = addMonitoredUnit(units(), publisher.port());
+        raiseAlert();
+        QVERIFY(rings());
+        // Waiting for the unit's first word is enough.
+        QVERIFY(publisher.waitForSubscriber());
+        QTRY_VERIFY(!unit->alert());
+        QVERIFY(!rings());
+        m_window->hide();
+        publisher.send("{");
+        QTRY_VERIFY(unit->alert());
+        QVERIFY(rings());
+        QVERIFY(m_window->isVisible());
+        publisher.send(statusReport("QOR-1"_s));
+        QTRY_VERIFY(!unit->alert());
+        QVERIFY(!rings());
     }
 
     void unmonitoredUnitKeepsItsFlag()
     {
         Publisher publisher;
-        MainWinQorMonitor window;
-        Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
+        Device* unit = addMonitoredUnit(units(), publisher.port());
         QTRY_VERIFY(!unit->alert());
-        QVERIFY(!rings(window));
+        QVERIFY(!rings());
         unit->setMonitored(false);
         QVERIFY(unit->alert());
-        QVERIFY(rings(window));
-        acknowledge(window);
+        QVERIFY(rings());
+        acknowledge();
         QVERIFY(unit->alert());
     }
 
-    void connectedUnitSilences()
+    void newWarningRingsForAnotherUnitOnly_data()
     {
-        Publisher publisher;
-        MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
-        window.processAlertChanged();
-        QTRY_VERIFY(!unit->alert());
-        QVERIFY(!rings(window));
+        QTest::addColumn<bool>("otherUnit");
+        QTest::newRow("alone") << false;
+        QTest::newRow("beside a unit that is not monitored") << true;
     }
 
-    void incompatibleUnitRings()
+    void newWarningRingsForAnotherUnitOnly()
     {
+        QFETCH(const bool, otherUnit);
         Publisher publisher;
-        MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
+        const Device* unit = addMonitoredUnit(units(), publisher.port());
+        if (otherUnit)
+            QVERIFY(addUnit(units(), 1)->alert());
         QVERIFY(publisher.waitForSubscriber());
         publisher.send(statusReport("QOR-1"_s));
-        QTRY_VERIFY(!unit->alert());
-        window.hide();
-        publisher.send("{");
-        QTRY_VERIFY(unit->alert());
-        QVERIFY(rings(window));
-        QVERIFY(window.isVisible());
-        publisher.send(statusReport("QOR-1"_s));
-        QTRY_VERIFY(!unit->alert());
-        QVERIFY(!rings(window));
-    }
-
-    void newWarningAloneStaysSilent()
-    {
-        Publisher publisher;
-        MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport("QOR-1"_s));
-        QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);
-        window.hide();
-        const QSignalSpy alerts(window.deviceList(), &DeviceList::alertChanged);
+        QTRY_COMPARE(column(2), QStringList(connectedText));
+        acknowledge();
+        m_window->hide();
+        const QSignalSpy alerts(&units(), &DeviceList::alertChanged);
         publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
-        QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
+        QTRY_COMPARE(column(2), QStringList({ connectedText, "Lüfter steht"_s }));
         QCOMPARE(alerts.count(), 1);
         // The warning has called, but it sets no flag.
         QVERIFY(!unit->alert());
-        QVERIFY(!rings(window));
-        QVERIFY(!window.isVisible());
+        QCOMPARE(rings(), otherUnit);
+        QCOMPARE(m_window->isVisible(), otherUnit);
     }
 
-    void newWarningRingsForAnotherUnmonitoredUnit()
+    void alertComesToTheFront()
     {
-        Publisher publisher;
-        MainWinQorMonitor window;
-        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
-        const Device* idle = addUnit(*window.deviceList(), 1);
-        QVERIFY(publisher.waitForSubscriber());
-        publisher.send(statusReport("QOR-1"_s));
-        QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);
-        QVERIFY(idle->alert());
-        acknowledge(window);
-        window.hide();
-        publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
-        QTRY_VERIFY(rings(window));
-        QVERIFY(window.isVisible());
+        m_window->showMinimized();
+        QWidget other;
+        QVERIFY(bringToFront(&other));
+        checkRaises(1);
+        QVERIFY(!m_window->isMinimized());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
+
+    void deviceManagerInUseStaysInFront() { checkStaysInFront(deviceManager()); }
+    void updateDialogInUseStaysInFront() { checkStaysInFront(updateDialog()); }
+
+    void dialogInTheBackDoesNotHoldTheWindow()
+    {
+        deviceManager()->show();
+        QWidget other;
+        QVERIFY(bringToFront(&other));
+        checkRaises(1);
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
+
+    void alertInsideTheAboutBoxRings()
+    {
+        MessageBoxes dialogs;
+        bool heard = false;
+        dialogs.answerDialog([&](QDialog* about) {
+            ring();
+            heard = rings() && m_window->isVisible();
+            about->reject();
+        });
+        m_window->showAbout();
+        QVERIFY(heard);
+        QCOMPARE(dialogs.last().className, QByteArray("DlgAbout"));
+        QVERIFY(!dialogs.last().dialog);
+        QVERIFY(rings());
+    }
+
+    void storedUnitsRingAtStart_data()
+    {
+        QTest::addColumn<bool>("sound");
+        QTest::newRow("sound on") << true;
+        QTest::newRow("sound off") << false;
+    }
+
+    void storedUnitsRingAtStart()
+    {
+        QFETCH(const bool, sound);
+        for (int i = 0; i < 2; ++i)
+            m_store.writeUnit(i, { { "Host"_s, loopback }, { "ZmqPort"_s, i } });
+        QSettings().setValue(soundKey, sound);
+        restart();
+        QCOMPARE(rings(), sound);
+        QVERIFY(m_window->isVisible());
+    }
+
+    void storedSwitchIsShown_data()
+    {
+        QTest::addColumn<QVariant>("stored");
+        QTest::addColumn<bool>("on");
+        QTest::newRow("nothing stored") << QVariant() << true;
+        QTest::newRow("on") << QVariant(true) << true;
+        QTest::newRow("off") << QVariant(false) << false;
+    }
+
+    void storedSwitchIsShown()
+    {
+        QFETCH(const QVariant, stored);
+        QFETCH(const bool, on);
+        if (stored.isValid())
+            QSettings().setValue(soundKey, stored);
+        restart();
+        QCOMPARE(action("actionUseAudio")->isChecked(), on);
+        // Looking at the switch stores nothing.
+        QCOMPARE(QSettings().contains(soundKey), stored.isValid());
+        ring();
+        QCOMPARE(rings(), on);
+        // Without the sound, too.
+        QVERIFY(m_window->isVisible());
+    }
+
+    void switchIsStoredAtOnce()
+    {
+        for (const bool on : { false, true, false }) {
+            QCOMPARE(action("actionUseAudio")->isChecked(), !on);
+            action("actionUseAudio")->trigger();
+            QCOMPARE(action("actionUseAudio")->isChecked(), on);
+            // What a program that dies now leaves behind.
+            QFile file(m_store.filePath());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QVERIFY(file.readAll().split('\n').contains(on ? "UseAudio=true" : "UseAudio=false"));
+            restart();
+            QCOMPARE(action("actionUseAudio")->isChecked(), on);
+        }
+    }
+
+    void switchSilencesAtOnceAndRingsLater()
+    {
+        ring();
+        QVERIFY(rings());
+        action("actionUseAudio")->trigger();
+        QVERIFY(!rings());
+        m_window->hide();
+        raiseAlert();
+        QVERIFY(!rings());
+        QVERIFY(m_window->isVisible());
+        // Switching on waits for the next alert.
+        action("actionUseAudio")->trigger();
+        QVERIFY(!rings());
+        raiseAlert();
+        QVERIFY(rings());
+    }
+
+    void highlightStaysTransparent()
+    {
+        ring();
+        // Nothing has called for it yet.
+        QCOMPARE(group()->styleSheet(), QString());
+        for (int phase = 0; phase < 3; ++phase) {
+            m_window->toggleAlertHighlight();
+            QCOMPARE(group()->styleSheet(), "background-color: transparent;"_s);
+        }
     }
 
 private:
-    TestStore m_store;
+    // An alert puts the window on top of the others this often; it is on the screen if it does at all.
+    void checkRaises(int times) const
+    {
+        int raises = 0;
+        const EventWatch watch([&](const QObject* receiver, QEvent::Type type) {
+            if (receiver == m_window.get() && type == QEvent::ZOrderChange)
+                ++raises;
+        });
+        ring();
+        QVERIFY(rings());
+        QCOMPARE(raises, times);
+        QCOMPARE(m_window->isVisible(), times > 0);
+    }
+
+    void checkStaysInFront(QWidget* dialog) const
+    {
+        QVERIFY(bringToFront(dialog));
+        checkRaises(0);
+        QVERIFY(dialog->isActiveWindow());
+        // The user may ask for it.
+        m_window->processTrayActivated(QSystemTrayIcon::Trigger);
+        QVERIFY(m_window->isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
 };
 
 QTEST_MAIN(TestAlerts)

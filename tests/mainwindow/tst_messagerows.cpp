@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: MIT
-// What ties the rows of the message list to their units, for as long as both live.
-#include "support/browser.h"
-
+// What ties the rows of the message list to their units: names, web pages, and the end of either.
 #include "devices/device.h"
-#include "devices/devicelist.h"
-#include "support/literals.h"
-#include "support/monitorwindow.h"
-#include "support/units.h"
+#include "support/browser.h"
 #include "support/logcapture.h"
 #include "support/publisher.h"
-#include "support/teststore.h"
+#include "support/units.h"
+#include "support/windowtest.h"
+#include "widgets/devicerow.h"
 
 #include <QBrush>
 #include <QPointer>
+#include <QTextBrowser>
 #include <QtTest>
-
-#include <memory>
 
 namespace {
 const auto nullDeviceLine = "MainWinQorMonitor::processTreeWidgetItemDoubleClicked() illegal null device"_s;
@@ -26,66 +22,56 @@ Device* unitOf(const QTreeWidgetItem* row)
 }
 } // namespace
 
-class TestMessageRows : public QObject {
+class TestMessageRows : public WindowTest {
     Q_OBJECT
 
 private slots:
-    void init() { m_store.clear(); }
     void rowCarriesItsUnit()
     {
-        Publisher first;
-        Publisher second;
-        MainWinQorMonitor window;
-        Device* firstUnit = addMonitoredUnit(*window.deviceList(), first.port());
-        Device* secondUnit = addMonitoredUnit(*window.deviceList(), second.port());
-        QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
-        const QVariant bound = messageList(window)->topLevelItem(0)->data(0, 256);
+        Device* first = addUnlinkedUnit();
+        const Device* second = addUnlinkedUnit();
+        m_window->rebuildMessageList();
+        QCOMPARE(messages()->topLevelItemCount(), 2);
+        const QVariant bound = messages()->topLevelItem(0)->data(0, 256);
         QCOMPARE(bound.userType(), qMetaTypeId<Device*>());
         QCOMPARE(QByteArray(bound.typeName()), QByteArray("Device*"));
-        QCOMPARE(bound.value<Device*>(), firstUnit);
-        QCOMPARE(unitOf(messageList(window)->topLevelItem(1)), secondUnit);
+        QCOMPARE(bound.value<Device*>(), first);
+        QCOMPARE(unitOf(messages()->topLevelItem(1)), second);
     }
 
     void renamingChangesTheRowsAtOnce()
     {
-        Publisher first;
-        Publisher second;
-        MainWinQorMonitor window;
-        Device* unit = addMonitoredUnit(*window.deviceList(), first.port());
-        addMonitoredUnit(*window.deviceList(), second.port());
-        QVERIFY(first.waitForSubscriber());
-        QVERIFY(second.waitForSubscriber());
-        first.send(statusReport("B"_s, { warning("Lüfter steht"_s) }));
-        second.send(statusReport("C"_s));
-        QTRY_COMPARE(columnTexts(window, 1).join(QString()), "BBC"_s);
-        const QStringList times = columnTexts(window, 0);
-        const QStringList texts = columnTexts(window, 2);
-        QTreeWidgetItem* row = messageList(window)->topLevelItem(0);
+        Device* unit = addUnlinkedUnit();
+        addUnlinkedUnit()->processQorMessage(statusReport("C"_s));
+        unit->processQorMessage(statusReport("B"_s, { warning("Lüfter steht"_s) }));
+        QCOMPARE(column(1).join(QString()), "BBC"_s);
+        const QStringList times = column(0);
+        const QStringList texts = column(2);
+        QTreeWidgetItem* row = messages()->topLevelItem(0);
         const QBrush background = row->background(1);
 
         const LogCapture log;
         unit->setQorName("Z"_s);
-        QCOMPARE(columnTexts(window, 1).join(QString()), "ZZC"_s);
+        QCOMPARE(column(1).join(QString()), "ZZC"_s);
         QCOMPARE(log.count(QtCriticalMsg, "update device \"Z\""_s), 2);
         QCOMPARE(log.count(QtCriticalMsg, "update device"_s), 2);
         // The same row: renamed, not replaced.
-        QCOMPARE(messageList(window)->topLevelItem(0), row);
+        QCOMPARE(messages()->topLevelItem(0), row);
         QCOMPARE(row->background(1), background);
-        QCOMPARE(columnTexts(window, 0), times);
-        QCOMPARE(columnTexts(window, 2), texts);
+        QCOMPARE(column(0), times);
+        QCOMPARE(column(2), texts);
 
-        window.rebuildMessageList();
-        QCOMPARE(columnTexts(window, 1).join(QString()), "ZZC"_s);
-        QCOMPARE(columnTexts(window, 2), texts);
+        m_window->rebuildMessageList();
+        QCOMPARE(column(1).join(QString()), "ZZC"_s);
+        QCOMPARE(column(2), texts);
     }
 
     void updateOfNoUnitTouchesNoRow()
     {
-        MainWinQorMonitor window;
         auto* row = new QTreeWidgetItem({ QString(), "name"_s, QString() });
-        messageList(window)->addTopLevelItem(row);
+        messages()->addTopLevelItem(row);
         const LogCapture log;
-        window.updateDevice(nullptr);
+        m_window->updateDevice(nullptr);
         QCOMPARE(row->text(1), "name"_s);
         QVERIFY(log.lines().isEmpty());
     }
@@ -97,14 +83,12 @@ private slots:
         QTest::addColumn<int>("port");
         QTest::addColumn<QByteArray>("address");
         const auto row
-            = [](const char* name, const char* scheme, const char* host, int port, const char* address) {
-                  QTest::newRow(name) << QString::fromLatin1(scheme) << QString::fromLatin1(host) << port
-                                      << QByteArray(address);
-              };
-        row("default port", "http", "10.0.0.5", 80, "http://10.0.0.5:80/");
-        row("other port", "http", "10.0.0.5", 8080, "http://10.0.0.5:8080/");
-        row("secure, default port", "https", "10.0.0.5", 443, "https://10.0.0.5:443/");
-        row("host name", "https", "localhost", 4443, "https://localhost:4443/");
+            = [](const char* name, const QString& scheme, const QString& host, int port,
+                 const QByteArray& address) { QTest::newRow(name) << scheme << host << port << address; };
+        row("default port", "http"_s, "10.0.0.5"_s, 80, "http://10.0.0.5:80/");
+        row("other port", "http"_s, "10.0.0.5"_s, 8080, "http://10.0.0.5:8080/");
+        row("secure, default port", "https"_s, "10.0.0.5"_s, 443, "https://10.0.0.5:443/");
+        row("host name", "https"_s, "localhost"_s, 4443, "https://localhost:4443/");
     }
 
     void doubleClickOpensTheWebInterface()
@@ -113,13 +97,11 @@ private slots:
         QFETCH(const QString, host);
         QFETCH(const int, port);
         QFETCH(const QByteArray, address);
-        MainWinQorMonitor window;
-        Device* unit = window.deviceList()->addDevice(host, 5566, port, scheme);
         QTreeWidgetItem row;
-        row.setData(0, Qt::UserRole, QVariant::fromValue(unit));
+        row.setData(0, Qt::UserRole, QVariant::fromValue(units().addDevice(host, 5566, port, scheme)));
         const Browser browser;
         for (int column = 0; column < 3; ++column) {
-            window.processTreeWidgetItemDoubleClicked(&row, column);
+            m_window->processTreeWidgetItemDoubleClicked(&row, column);
             QCOMPARE(browser.opened.size(), column + 1);
             QCOMPARE(browser.opened.last().toEncoded(), address);
             QCOMPARE(browser.opened.last().port(), port);
@@ -128,28 +110,58 @@ private slots:
 
     void realDoubleClickOpensTheWebInterface()
     {
-        Publisher publisher;
-        MainWinQorMonitor window;
-        addMonitoredUnit(*window.deviceList(), publisher.port());
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QTRY_COMPARE(messageList(window)->topLevelItemCount(), 1);
+        QVERIFY(fillAndActivate());
         const Browser browser;
-        const QTreeWidgetItem* row = messageList(window)->topLevelItem(0);
-        const QPoint place = messageList(window)->visualItemRect(row).center();
-        QWidget* viewport = messageList(window)->viewport();
-        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, place);
+        const QPoint place = messages()->visualItemRect(messages()->topLevelItem(1)).center();
+        QTest::mouseClick(messages()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
         QVERIFY(browser.opened.isEmpty());
-        QTest::mouseDClick(viewport, Qt::LeftButton, Qt::NoModifier, place);
-        QCOMPARE(browser.opened, QList<QUrl>({ QUrl("http://127.0.0.1:80/"_s) }));
+        QTest::mouseDClick(messages()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
+        QCOMPARE(browser.opened, m_secondPage);
+    }
+
+    void keyOpensTheSelectedRow_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("return") << Qt::Key_Return;
+        QTest::newRow("enter") << Qt::Key_Enter;
+    }
+
+    void keyOpensTheSelectedRow()
+    {
+        QFETCH(const Qt::Key, key);
+        QVERIFY(fillAndActivate());
+        messages()->setCurrentItem(messages()->topLevelItem(0));
+        const Browser browser;
+        QTest::keyClick(messages(), Qt::Key_Down);
+        QVERIFY(browser.opened.isEmpty());
+        QTest::keyClick(messages(), key);
+        QCOMPARE(browser.opened, m_secondPage);
+    }
+
+    void keyOpensNothingElse_data() { keyOpensTheSelectedRow_data(); }
+    void keyOpensNothingElse()
+    {
+        QFETCH(const Qt::Key, key);
+        QVERIFY(fillAndActivate());
+        const Browser browser;
+        // Not the row that is current without being selected,
+        messages()->setCurrentItem(messages()->topLevelItem(1), 0, QItemSelectionModel::NoUpdate);
+        QVERIFY(messages()->selectedItems().isEmpty());
+        QTest::keyClick(messages(), key);
+        QVERIFY(browser.opened.isEmpty());
+        // and none while the key belongs to another widget.
+        messages()->setCurrentItem(messages()->topLevelItem(1));
+        auto* logo = m_window->centralWidget()->findChild<QTextBrowser*>();
+        logo->setFocus();
+        QTest::keyClick(logo, key);
+        QVERIFY(browser.opened.isEmpty());
     }
 
     void doubleClickOnNothingDoesNothing()
     {
-        MainWinQorMonitor window;
         const Browser browser;
         const LogCapture log;
-        window.processTreeWidgetItemDoubleClicked(nullptr, 0);
+        m_window->processTreeWidgetItemDoubleClicked(nullptr, 0);
         QVERIFY(log.lines().isEmpty());
         QVERIFY(browser.opened.isEmpty());
     }
@@ -166,51 +178,52 @@ private slots:
     void doubleClickWithoutUnitIsReported()
     {
         QFETCH(const QVariant, bound);
-        MainWinQorMonitor window;
         QTreeWidgetItem row;
         row.setData(0, Qt::UserRole, bound);
-        const Browser browser;
-        const LogCapture log;
-        window.processTreeWidgetItemDoubleClicked(&row, 0);
-        QCOMPARE(log.count(QtCriticalMsg, nullDeviceLine), 1);
-        QVERIFY(browser.opened.isEmpty());
+        checkOpensNothing(&row);
     }
 
     void rowDoesNotKeepADestroyedUnit()
     {
-        MainWinQorMonitor window;
-        // Without an address it never connects, so that its end is no reason to rebuild the list.
-        Device* unit = window.deviceList()->addDevice(QString(), 5566, 80, "http"_s);
-        unit->setMonitored(true);
-        window.rebuildMessageList();
-        QCOMPARE(messageList(window)->topLevelItemCount(), 1);
-        QTreeWidgetItem* row = messageList(window)->topLevelItem(0);
-        QCOMPARE(unitOf(row), unit);
+        // Without a link, its end is no reason to rebuild the list.
+        const QPointer<Device> unit = addUnlinkedUnit();
+        m_window->rebuildMessageList();
+        QTreeWidgetItem* row = messages()->topLevelItem(0);
+        QCOMPARE(unitOf(row), unit.data());
 
-        const QPointer<Device> alive(unit);
-        window.deviceList()->removeDevice(unit);
+        units().removeDevice(unit);
         QCoreApplication::sendPostedEvents(unit, QEvent::DeferredDelete);
-        QVERIFY(!alive);
-        QCOMPARE(messageList(window)->topLevelItem(0), row);
+        QVERIFY(!unit);
+        QCOMPARE(messages()->topLevelItem(0), row);
         QVERIFY(!unitOf(row));
-        const Browser browser;
-        const LogCapture log;
-        window.processTreeWidgetItemDoubleClicked(row, 0);
-        QCOMPARE(log.count(QtCriticalMsg, nullDeviceLine), 1);
-        QVERIFY(browser.opened.isEmpty());
+        checkOpensNothing(row);
+    }
+
+    void rebuildingConnectsAUnitNoFurther()
+    {
+        struct Connections : QObject {
+            using QObject::receivers;
+        };
+        const auto ends = [](const Device* unit) {
+            return (unit->*&Connections::receivers)(SIGNAL(destroyed(QObject*)));
+        };
+        const Device* unit = addUnlinkedUnit();
+        m_window->rebuildMessageList();
+        const int once = ends(unit);
+        m_window->rebuildMessageList();
+        QCOMPARE(ends(unit), once);
     }
 
     void removedUnitLeavesTheList()
     {
         Publisher first;
         Publisher second;
-        MainWinQorMonitor window;
-        Device* gone = addMonitoredUnit(*window.deviceList(), first.port());
-        const Device* other = addMonitoredUnit(*window.deviceList(), second.port());
-        QTRY_COMPARE(messageList(window)->topLevelItemCount(), 2);
-        window.deviceList()->removeDevice(gone);
-        QTRY_COMPARE(messageList(window)->topLevelItemCount(), 1);
-        QCOMPARE(unitOf(messageList(window)->topLevelItem(0)), other);
+        Device* gone = addMonitoredUnit(units(), first.port());
+        const Device* other = addMonitoredUnit(units(), second.port());
+        QTRY_COMPARE(messages()->topLevelItemCount(), 2);
+        units().removeDevice(gone);
+        QTRY_COMPARE(messages()->topLevelItemCount(), 1);
+        QCOMPARE(unitOf(messages()->topLevelItem(0)), other);
     }
 
     void windowEndsWhileUnitsSpeak()
@@ -219,22 +232,22 @@ private slots:
         for (int round = 0; round < 3; ++round) {
             Publisher first;
             Publisher second;
-            auto window = std::make_unique<MainWinQorMonitor>();
-            const QPointer<Device> firstUnit(addMonitoredUnit(*window->deviceList(), first.port()));
-            const QPointer<Device> secondUnit(addMonitoredUnit(*window->deviceList(), second.port()));
+            restart();
+            const QPointer<Device> firstUnit(addMonitoredUnit(units(), first.port()));
+            const QPointer<Device> secondUnit(addMonitoredUnit(units(), second.port()));
             QVERIFY(first.waitForSubscriber());
             QVERIFY(second.waitForSubscriber());
-            window->show();
+            m_window->show();
             first.send(statusReport("B"_s));
             second.send(statusReport("C"_s));
-            QTRY_COMPARE(columnTexts(*window, 1).join(QString()), "BC"_s);
+            QTRY_COMPARE(column(1).join(QString()), "BC"_s);
             // At one text per millisecond both links are still receiving when the window goes.
             for (int i = 0; i < texts; ++i) {
                 const QJsonArray warnings { warning(QString::number(i)) };
                 first.send(statusReport("B"_s, warnings));
                 second.send(statusReport("C"_s, warnings));
             }
-            window.reset();
+            m_window.reset();
             QVERIFY(!firstUnit);
             QVERIFY(!secondUnit);
             QVERIFY(first.waitForUnsubscriber());
@@ -244,7 +257,28 @@ private slots:
     }
 
 private:
-    TestStore m_store;
+    // Three rows of different units, so that each opens another page.
+    bool fillAndActivate()
+    {
+        for (const int webPort : { 8081, 8082, 8083 })
+            units().addDevice(loopback, webPort, webPort, "http"_s);
+        // Afterwards: each new unit has the list built anew.
+        for (int i = 0; i < units().count(); ++i)
+            addDeviceRow(messages(), new QTreeWidgetItem(0), units().at(i));
+        messages()->setFocus();
+        return bringToFront(m_window.get()) && messages()->hasFocus();
+    }
+
+    void checkOpensNothing(QTreeWidgetItem* row) const
+    {
+        const Browser browser;
+        const LogCapture log;
+        m_window->processTreeWidgetItemDoubleClicked(row, 0);
+        QCOMPARE(log.count(QtCriticalMsg, nullDeviceLine), 1);
+        QVERIFY(browser.opened.isEmpty());
+    }
+
+    const QList<QUrl> m_secondPage { QUrl("http://127.0.0.1:8082/"_s) };
 };
 
 QTEST_MAIN(TestMessageRows)

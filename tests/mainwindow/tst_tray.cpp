@@ -1,118 +1,72 @@
 // SPDX-License-Identifier: MIT
 // The tray icon with its menu, and the ways between the tray and the screen.
-
 #include "devices/device.h"
-#include "support/markingtranslator.h"
-#include "support/literals.h"
-#include "support/monitorwindow.h"
-#include "support/units.h"
+#include "dialogs/dlgdevicemanager.h"
 #include "support/publisher.h"
-#include "support/teststore.h"
+#include "support/units.h"
+#include "support/windowtest.h"
 
 #include <QCloseEvent>
-#include <QDialog>
-#include <QGroupBox>
 #include <QMenu>
-#include <QSettings>
-#include <QSignalSpy>
 #include <QtTest>
-
-namespace {
-
-const auto statusToolTip = "QORweb II Monitor\nStatus: Ok"_s;
-
-QSystemTrayIcon* trayIcon(const MainWinQorMonitor& window)
-{
-    return window.findChild<QSystemTrayIcon*>();
-}
-
-QAction* openAction(const MainWinQorMonitor& window)
-{
-    return trayIcon(window)->contextMenu()->actions().first();
-}
-
-// As the desktop does it: only the icon itself may emit this signal by name.
-void activate(const MainWinQorMonitor& window, QSystemTrayIcon::ActivationReason reason)
-{
-    QMetaObject::invokeMethod(trayIcon(window), "activated", Qt::DirectConnection,
-                              Q_ARG(QSystemTrayIcon::ActivationReason, reason));
-}
-
-} // namespace
 
 Q_DECLARE_METATYPE(QSystemTrayIcon::ActivationReason)
 
-class TestTray : public QObject {
+namespace {
+const auto statusToolTip = "QORweb II Monitor\nStatus: Ok"_s;
+} // namespace
+
+class TestTray : public WindowTest {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_store.clear();
-        QSettings().setValue("AutoCheckUpdates"_s, false);
-    }
-
     void iconIsTheWindows()
     {
-        const MainWinQorMonitor window;
-        QCOMPARE(window.findChildren<QSystemTrayIcon*>().size(), 1);
-        const QSystemTrayIcon* icon = trayIcon(window);
-        QCOMPARE(icon->parent(), static_cast<const QObject*>(&window));
-        QVERIFY(icon->isVisible());
-        QVERIFY(!icon->icon().isNull());
-        QCOMPARE(icon->icon().cacheKey(), window.windowIcon().cacheKey());
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        QVERIFY(rings(window));
-        QCOMPARE(icon->icon().cacheKey(), window.windowIcon().cacheKey());
+        QCOMPARE(m_window->findChildren<QSystemTrayIcon*>().size(), 1);
+        QCOMPARE(icon()->parent(), m_window.get());
+        QVERIFY(icon()->isVisible());
+        QVERIFY(!icon()->icon().isNull());
+        QCOMPARE(icon()->icon().cacheKey(), m_window->windowIcon().cacheKey());
+        ring();
+        QVERIFY(rings());
+        QCOMPARE(icon()->icon().cacheKey(), m_window->windowIcon().cacheKey());
     }
 
     void menuHoldsItsActions()
     {
-        const MainWinQorMonitor window;
-        const QMenu* menu = trayIcon(window)->contextMenu();
-        QCOMPARE(menu->parent(), static_cast<const QObject*>(&window));
-        QStringList entries;
-        const QList<QAction*> actions = menu->actions();
-        for (const QAction* entry : actions)
-            entries << (entry->isSeparator() ? "-"_s : entry->objectName());
+        const QMenu* menu = icon()->contextMenu();
+        QCOMPARE(menu->parent(), m_window.get());
         // The first one is the tray's own and has no name.
-        QCOMPARE(
-            entries.join(QLatin1Char(' ')),
-            QStringLiteral(" - actionUseAudio actionAcknowledgeWarnings - actionDeviceManager actionAbout - "
-                           "actionMinimizeWindow actionExit"));
-        QCOMPARE(actions.at(2), action(window, "actionUseAudio"));
+        QCOMPARE(entries(menu),
+                 " - actionUseAudio actionAcknowledgeWarnings - actionDeviceManager actionAbout - "
+                 "actionMinimizeWindow actionExit"_s);
+        QCOMPARE(menu->actions().at(2), action("actionUseAudio"));
     }
 
     void openActionStandsOut()
     {
-        const MainWinQorMonitor window;
-        const QAction* open = openAction(window);
+        const QAction* open = openAction();
         QCOMPARE(open->text(), "Monitor öffnen"_s);
         QCOMPARE(open->font().weight(), int(QFont::Bold));
         QVERIFY(!open->isCheckable());
         QVERIFY(!open->parent());
-        const QList<QAction*> others = trayIcon(window)->contextMenu()->actions().mid(1);
+        const QList<QAction*> others = icon()->contextMenu()->actions().mid(1);
         for (const QAction* other : others)
             QVERIFY(other->font().weight() != QFont::Bold);
     }
 
     void openActionShowsTheWindow()
     {
-        const MainWinQorMonitor window;
-        openAction(window)->trigger();
-        QVERIFY(window.isVisible());
+        openAction()->trigger();
+        QVERIFY(m_window->isVisible());
     }
 
     void openActionLeavesADialogInUseInFront()
     {
-        MainWinQorMonitor window;
-        window.showDeviceManager();
-        auto* dialog = window.findChild<QDialog*>("DlgDeviceManager"_s);
-        QVERIFY(QTest::qWaitForWindowActive(dialog));
-        openAction(window)->trigger();
-        QVERIFY(!window.isVisible());
-        QVERIFY(dialog->isActiveWindow());
+        QVERIFY(useDeviceManager());
+        openAction()->trigger();
+        QVERIFY(!m_window->isVisible());
+        QVERIFY(deviceManager()->isActiveWindow());
     }
 
     void activationShowsTheWindow_data()
@@ -130,143 +84,75 @@ private slots:
     {
         QFETCH(const QSystemTrayIcon::ActivationReason, reason);
         QFETCH(const bool, shown);
-        MainWinQorMonitor window;
-        window.showDeviceManager();
-        auto* dialog = window.findChild<QDialog*>("DlgDeviceManager"_s);
-        QVERIFY(QTest::qWaitForWindowActive(dialog));
-        activate(window, reason);
+        QVERIFY(useDeviceManager());
+        activate(reason);
         // Even over a dialog in use: the user has asked for it.
-        QCOMPARE(window.isVisible(), shown);
-        QVERIFY(QTest::qWaitForWindowActive(shown ? static_cast<QWidget*>(&window)
-                                                  : static_cast<QWidget*>(dialog)));
+        QCOMPARE(m_window->isVisible(), shown);
+        QWidget* front = m_window.get();
+        QVERIFY(QTest::qWaitForWindowActive(shown ? front : deviceManager()));
     }
 
     void activationEndsMinimizing()
     {
-        MainWinQorMonitor window;
-        window.showMinimized();
-        QVERIFY(window.isMinimized());
-        activate(window, QSystemTrayIcon::Trigger);
-        QVERIFY(!window.isMinimized());
-        QVERIFY(window.isVisible());
-    }
-
-    void toolTipIsAlwaysOk()
-    {
-        Publisher publisher;
-        MainWinQorMonitor window;
-        QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
-        const Device* unit = addMonitoredUnit(*window.deviceList(), publisher.port());
-        QVERIFY(publisher.waitForSubscriber());
-        QTRY_VERIFY(!unit->alert());
-        QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
-        publisher.send("{");
-        QTRY_VERIFY(unit->alert());
-        QVERIFY(rings(window));
-        QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
-        window.updateTitle();
-        QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
-    }
-
-    void textsAreTranslatable()
-    {
-        const ContextMarker marker("MainWinQorMonitor");
-        const MainWinQorMonitor window;
-        QCOMPARE(openAction(window)->text(), "#Monitor öffnen"_s);
-        QCOMPARE(trayIcon(window)->toolTip(), QLatin1Char('#') + statusToolTip);
-        // The tool tip until the status is known.
-        QVERIFY(marker.sources().contains("QORweb II Monitor"_s));
-    }
-
-    void titleIsTheProgramsName()
-    {
-        MainWinQorMonitor window;
-        QCOMPARE(window.windowTitle(), "QorMonitor"_s);
-        window.setWindowTitle("other"_s);
-        trayIcon(window)->setToolTip("other"_s);
-        window.updateTitle();
-        QCOMPARE(window.windowTitle(), "QorMonitor"_s);
-        QCOMPARE(trayIcon(window)->toolTip(), statusToolTip);
+        m_window->showMinimized();
+        QVERIFY(m_window->isMinimized());
+        activate(QSystemTrayIcon::Trigger);
+        QVERIFY(!m_window->isMinimized());
+        QVERIFY(m_window->isVisible());
     }
 
     void closingHides()
     {
-        MainWinQorMonitor window;
-        window.show();
+        m_window->show();
         QCloseEvent event;
-        QCoreApplication::sendEvent(&window, &event);
+        QCoreApplication::sendEvent(m_window.get(), &event);
         QVERIFY(!event.isAccepted());
-        QVERIFY(!window.isVisible());
-        QVERIFY(trayIcon(window)->isVisible());
+        QVERIFY(!m_window->isVisible());
+        QVERIFY(icon()->isVisible());
 
-        window.show();
-        QVERIFY(!window.close());
-        QVERIFY(!window.isVisible());
-        activate(window, QSystemTrayIcon::DoubleClick);
-        QVERIFY(window.isVisible());
+        m_window->show();
+        QVERIFY(!m_window->close());
+        QVERIFY(!m_window->isVisible());
+        activate(QSystemTrayIcon::DoubleClick);
+        QVERIFY(m_window->isVisible());
     }
 
-    void minimizeActionHides()
+    void statusIsAlwaysOk()
     {
-        MainWinQorMonitor window;
-        window.show();
-        action(window, "actionMinimizeWindow")->trigger();
-        QVERIFY(!window.isVisible());
-        QVERIFY(!window.isMinimized());
-        QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
-    }
+        Publisher publisher;
+        QCOMPARE(icon()->toolTip(), statusToolTip);
+        const Device* unit = addMonitoredUnit(units(), publisher.port());
+        QVERIFY(publisher.waitForSubscriber());
+        QTRY_VERIFY(!unit->alert());
+        QCOMPARE(icon()->toolTip(), statusToolTip);
+        publisher.send("{");
+        QTRY_VERIFY(unit->alert());
+        QVERIFY(rings());
+        QCOMPARE(icon()->toolTip(), statusToolTip);
 
-    void disabledMinimizeDoesNothing()
-    {
-        MainWinQorMonitor window;
-        window.show();
-        action(window, "actionMinimizeWindow")->setEnabled(false);
-        window.minimizeWindow();
-        QVERIFY(window.isVisible());
-        QVERIFY(!action(window, "actionMinimizeWindow")->isEnabled());
-    }
-
-    void minimizedWindowDisablesTheAction()
-    {
-        MainWinQorMonitor window;
-        QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
-        window.showMinimized();
-        // Acknowledging brings the actions up to date.
-        acknowledge(window);
-        QVERIFY(!action(window, "actionMinimizeWindow")->isEnabled());
-        window.showNormal();
-        action(window, "actionUseAudio")->trigger();
-        QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
-    }
-
-    void hidingAMinimizedWindowDisablesTheAction()
-    {
-        MainWinQorMonitor window;
-        window.showMinimized();
-        QVERIFY(window.isMinimized());
-        // Nothing has brought the action up to date yet.
-        QVERIFY(action(window, "actionMinimizeWindow")->isEnabled());
-        action(window, "actionMinimizeWindow")->trigger();
-        QVERIFY(!window.isVisible());
-        QVERIFY(!action(window, "actionMinimizeWindow")->isEnabled());
-    }
-
-    void highlightStaysTransparent()
-    {
-        MainWinQorMonitor window;
-        const auto* group = window.centralWidget()->findChild<QGroupBox*>("groupBox"_s);
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        // Nothing has called for it yet.
-        QCOMPARE(group->styleSheet(), QString());
-        for (int phase = 0; phase < 3; ++phase) {
-            window.toggleAlertHighlight();
-            QCOMPARE(group->styleSheet(), "background-color: transparent;"_s);
-        }
+        QCOMPARE(m_window->windowTitle(), "QorMonitor"_s);
+        m_window->setWindowTitle("other"_s);
+        icon()->setToolTip("other"_s);
+        m_window->updateTitle();
+        QCOMPARE(m_window->windowTitle(), "QorMonitor"_s);
+        QCOMPARE(icon()->toolTip(), statusToolTip);
     }
 
 private:
-    TestStore m_store;
+    QSystemTrayIcon* icon() const { return m_window->findChild<QSystemTrayIcon*>(); }
+    QAction* openAction() const { return icon()->contextMenu()->actions().first(); }
+    // As the desktop does it: only the icon itself may emit this signal by name.
+    void activate(QSystemTrayIcon::ActivationReason reason) const
+    {
+        QMetaObject::invokeMethod(icon(), "activated", Qt::DirectConnection,
+                                  Q_ARG(QSystemTrayIcon::ActivationReason, reason));
+    }
+
+    bool useDeviceManager() const
+    {
+        m_window->showDeviceManager();
+        return QTest::qWaitForWindowActive(deviceManager());
+    }
 };
 
 QTEST_MAIN(TestTray)

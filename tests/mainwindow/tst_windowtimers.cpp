@@ -1,124 +1,91 @@
 // SPDX-License-Identifier: MIT
 // The two timers that the main window starts.
-
+#include "base/version.h"
+#include "support/eventwatch.h"
+#include "support/httpserver.h"
 #include "support/literals.h"
-#include "support/monitorwindow.h"
-#include "support/units.h"
-#include "support/logcapture.h"
-#include "support/teststore.h"
+#include "support/messageboxes.h"
+#include "support/windowtest.h"
 
-#include <QApplication>
 #include <QGroupBox>
 #include <QNetworkProxy>
 #include <QSettings>
-#include <QTcpServer>
-#include <QTcpSocket>
+#include <QTimer>
 #include <QtTest>
 
-// Remembers the repeating timers of a second that have fired.
-class TimerWatch : public QObject {
-public:
-    TimerWatch() { qApp->installEventFilter(this); }
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        auto* timer = event->type() == QEvent::Timer ? qobject_cast<QTimer*>(watched) : nullptr;
-        if (timer && timer->interval() == 1000 && !timer->isSingleShot())
-            m_fired << timer;
-        return QObject::eventFilter(watched, event);
-    }
-    QList<QTimer*> m_fired;
-};
-
-// A web proxy that counts what is asked of it and grants nothing, so that no test leaves this machine.
+// A web proxy that grants nothing, so that no test leaves this machine, and knows what it was asked.
 class RefusingProxy {
 public:
     RefusingProxy()
     {
-        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { take(); });
-        if (m_server.listen(QHostAddress::LocalHost))
-            QNetworkProxy::setApplicationProxy(
-                { QNetworkProxy::HttpProxy, "127.0.0.1"_s, m_server.serverPort() });
+        const QUrl place(m_server.baseUrl());
+        QNetworkProxy::setApplicationProxy(
+            { QNetworkProxy::HttpProxy, place.host(), static_cast<quint16>(place.port()) });
     }
     ~RefusingProxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
     Q_DISABLE_COPY_MOVE(RefusingProxy)
-    QList<QByteArray> m_requests;
+    QList<QByteArray> requests() const { return m_server.requests(); }
 
 private:
-    void take()
-    {
-        QTcpSocket* socket = m_server.nextPendingConnection();
-        QObject::connect(socket, &QTcpSocket::readyRead, &m_server, [this, socket] {
-            m_requests << socket->readLine().trimmed();
-            socket->write("HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n");
-            socket->disconnectFromHost();
-        });
-    }
-    QTcpServer m_server;
+    HttpServer m_server;
 };
 
-class TestWindowTimers : public QObject {
+class TestWindowTimers : public WindowTest {
     Q_OBJECT
 
 private slots:
-    void init() { m_store.clear(); }
     void secondTimerDrivesNothing()
     {
-        QSettings().setValue("AutoCheckUpdates"_s, false);
-        const TimerWatch watch;
-        const MainWinQorMonitor window;
-        addUnit(*window.deviceList(), 1);
-        raiseAlert(window);
-        acknowledge(window);
-        QTRY_VERIFY(watch.m_fired.size() >= 2);
-        QTimer* timer = watch.m_fired.first();
-        QCOMPARE(watch.m_fired.count(timer), watch.m_fired.size());
+        struct Connections : QObject {
+            using QObject::isSignalConnected;
+        };
+        QList<QTimer*> fired;
+        const EventWatch watch([&fired](QObject* receiver, QEvent::Type type) {
+            auto* timer = type == QEvent::Timer ? qobject_cast<QTimer*>(receiver) : nullptr;
+            if (timer && timer->interval() == 1000 && !timer->isSingleShot())
+                fired << timer;
+        });
+        ring();
+        acknowledge();
+        QTRY_VERIFY(fired.size() >= 2);
+        const QTimer* timer = fired.first();
+        QCOMPARE(fired.count(fired.first()), fired.size());
         QVERIFY(timer->isActive());
         QVERIFY(!timer->parent());
-        QCOMPARE(window.centralWidget()->findChild<QGroupBox*>("groupBox"_s)->styleSheet(), QString());
-        QVERIFY(!rings(window));
-
-        const LogCapture log;
-        timer->dumpObjectInfo();
-        QVERIFY(log.contains(QtDebugMsg, "  SIGNALS OUT"_s));
-        QCOMPARE(log.count(QtDebugMsg, "        signal:"_s), 0);
-        QCOMPARE(log.count(QtDebugMsg, "          -->"_s), 0);
+        const QMetaMethod timeout = QMetaMethod::fromSignal(&QTimer::timeout);
+        QVERIFY(!(timer->*&Connections::isSignalConnected)(timeout));
+        QCOMPARE(group()->styleSheet(), QString());
+        QVERIFY(!rings());
     }
 
     void updateIsCheckedOnce()
     {
         const RefusingProxy proxy;
+        const MessageBoxes boxes;
+        QSettings().remove("AutoCheckUpdates"_s);
+        restart();
+        // The first window ends before its check, and asks nobody.
+        restart();
         QElapsedTimer elapsed;
-        const MainWinQorMonitor window;
         elapsed.start();
-        QTRY_COMPARE(proxy.m_requests.size(), 1);
+        QTRY_COMPARE(proxy.requests().size(), 1);
         // A coarse timer of two seconds.
         QVERIFY2(elapsed.elapsed() >= 1850, qPrintable(QString::number(elapsed.elapsed())));
-        QVERIFY(proxy.m_requests.first().contains("update.varko.example"));
+        QVERIFY(proxy.requests().first().contains(QUrl(updateBaseUrl()).host().toLatin1()));
         QTest::qWait(2500);
-        QCOMPARE(proxy.m_requests.size(), 1);
+        QCOMPARE(proxy.requests().size(), 1);
+        QCOMPARE(boxes.count(), 0);
     }
 
     void switchedOffCheckAsksNobody()
     {
-        QSettings().setValue("AutoCheckUpdates"_s, false);
         const RefusingProxy proxy;
-        const MainWinQorMonitor window;
+        const MessageBoxes boxes;
+        restart();
         QTest::qWait(2500);
-        QVERIFY(proxy.m_requests.isEmpty());
+        QVERIFY(proxy.requests().isEmpty());
+        QCOMPARE(boxes.count(), 0);
     }
-
-    void windowMayEndBeforeTheCheck()
-    {
-        const RefusingProxy proxy;
-        {
-            const MainWinQorMonitor window;
-        }
-        QTest::qWait(2500);
-        QVERIFY(proxy.m_requests.isEmpty());
-    }
-
-private:
-    TestStore m_store { TestStore::UpdateCheck::Unset };
 };
 
 QTEST_MAIN(TestWindowTimers)
