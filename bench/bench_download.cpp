@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Prints the peak memory of the download of a 300 MiB installer. The server is another program, so that its
-// memory does not count.
+// Prints the peak memory of the download of a 300 MiB installer. The server is a copy of this program, so
+// that its memory does not count.
 #include "dialogs/filedownloader.h"
+#include "support/httpserver.h"
 #include "support/literals.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 #include <sys/resource.h>
 
@@ -17,8 +15,18 @@
 
 namespace {
 
-constexpr qint64 installerSize = 300 * 1024 * 1024;
+constexpr int installerSize = 300 * 1024 * 1024;
 constexpr int timeoutMs = 120000;
+
+int serve()
+{
+    HttpServer server;
+    server.setAnswer("setup.exe", { QByteArray(installerSize, 'x') });
+    std::puts(qPrintable(server.url("setup.exe"_s).toString()));
+    std::fflush(stdout);
+    // Until the parent closes its end.
+    return std::getchar() == EOF ? 0 : 1;
+}
 
 long peakKibibytes()
 {
@@ -32,25 +40,20 @@ long peakKibibytes()
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
-    const QTemporaryDir folder;
-    QFile installer(folder.filePath("setup.exe"_s));
-    if (!installer.open(QIODevice::WriteOnly) || !installer.resize(installerSize))
-        return 1;
+    if (argc == 2 && qstrcmp(argv[1], "--serve") == 0)
+        return serve();
     QProcess server;
-    server.start("/usr/bin/python3"_s,
-                 { "-u"_s, "-m"_s, "http.server"_s, "--bind"_s, "127.0.0.1"_s, "--directory"_s, folder.path(),
-                   "0"_s });
+    server.start(QCoreApplication::applicationFilePath(), { "--serve"_s });
     if (!server.waitForReadyRead(timeoutMs))
         return 1;
-    const QString address
-        = QRegularExpression("http://[^)]+"_s).match(QString::fromLatin1(server.readLine())).captured();
+    const QUrl address(QString::fromLatin1(server.readLine()).trimmed());
     FileDownloader downloader(nullptr);
     QSignalSpy success(&downloader, &FileDownloader::downloadSuccess);
     std::printf("peak memory before the download: %ld KiB\n", peakKibibytes());
-    downloader.download(QUrl(address + "setup.exe"_s));
+    downloader.download(address);
     const bool whole = success.wait(timeoutMs) && downloader.downloadedData().size() == installerSize;
-    std::printf("peak memory behind %lld bytes: %ld KiB\n", installerSize, peakKibibytes());
-    server.kill();
+    std::printf("peak memory after %d bytes: %ld KiB\n", downloader.downloadedData().size(), peakKibibytes());
+    server.closeWriteChannel();
     server.waitForFinished();
     return whole ? 0 : 1;
 }

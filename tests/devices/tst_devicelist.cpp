@@ -122,8 +122,8 @@ private slots:
     void containsItsOwnUnits()
     {
         DeviceList list(nullptr);
-        Device* first = addUnit(list, host, 1);
-        const Device* second = addUnit(list, host, 2);
+        Device* first = addUnit(list, 1);
+        const Device* second = addUnit(list, 2);
         const Device outside(&list);
         QVERIFY(list.contains(first));
         QVERIFY(list.contains(second));

@@ -221,9 +221,14 @@ private slots:
         QNetworkReply* next = fixture.load("new"_s, HttpAnswer::ok(QByteArray(77, 'x')).held(7));
         fixture.monitor.startMonitoring("new"_s, "folder"_s, next);
         QVERIFY(fixture.isUndetermined());
+        // What the bar shows when the old one reports.
+        QList<int> maxima;
+        connect(old, &QNetworkReply::downloadProgress, this, [&] { maxima << fixture.bar->maximum(); });
+        QTRY_VERIFY(!maxima.isEmpty());
         QTRY_VERIFY(fixture.bar->value() > 7);
         fixture.server.release();
         QTRY_VERIFY(old->isFinished() && next->isFinished());
+        QVERIFY(!maxima.contains(1000));
         QCOMPARE(fixture.bar->maximum(), 77);
         QCOMPARE(fixture.bar->value(), 77);
     }

@@ -350,8 +350,10 @@ private slots:
         auto link = std::make_unique<QorInterface>();
         QVERIFY(connectTo(*link, publisher));
         prepare(*link, publisher);
+        const LinkJournal journal(*link);
         const LogCapture log;
         link.reset();
+        QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
         QVERIFY(publisher.waitForUnsubscriber());
         QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
         QCOMPARE(log.count(QtDebugMsg, endLine), 1);

@@ -191,9 +191,7 @@ private slots:
     {
         m_window->showMinimized();
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(bringToFront(&other));
         checkRaises(1);
         QVERIFY(!m_window->isMinimized());
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
@@ -206,9 +204,7 @@ private slots:
     {
         deviceManager()->show();
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(bringToFront(&other));
         checkRaises(1);
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
     }
@@ -332,9 +328,7 @@ private:
 
     void checkStaysInFront(QWidget* dialog) const
     {
-        dialog->show();
-        dialog->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        QVERIFY(bringToFront(dialog));
         checkRaises(0);
         QVERIFY(dialog->isActiveWindow());
         // The user may ask for it.

@@ -266,7 +266,7 @@ private:
         for (int i = 0; i < units().count(); ++i)
             addDeviceRow(messages(), new QTreeWidgetItem(0), units().at(i));
         messages()->setFocus();
-        return activateWindow() && messages()->hasFocus();
+        return bringToFront(m_window.get()) && messages()->hasFocus();
     }
 
     void checkOpensNothing(QTreeWidgetItem* row) const

@@ -90,7 +90,7 @@ private slots:
         m_window->setGeometry(place);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-        m_window->hide();
+        m_window->minimizeWindow();
         m_window->show();
         m_window->close();
         QVERIFY(!m_window->isVisible());

@@ -30,11 +30,11 @@ void WindowTest::restart()
     m_window = std::make_unique<MainWinQorMonitor>();
 }
 
-bool WindowTest::activateWindow()
+bool WindowTest::bringToFront(QWidget* window)
 {
-    m_window->show();
-    m_window->activateWindow();
-    return QTest::qWaitForWindowActive(m_window.get());
+    window->show();
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window);
 }
 
 Device* WindowTest::addUnlinkedUnit() const

@@ -31,8 +31,8 @@ private slots:
 protected:
     // Ends the window and starts another one on what is stored.
     void restart();
-    // Shows the window and makes it the active one.
-    bool activateWindow();
+    // Shows a window and makes it the active one.
+    static bool bringToFront(QWidget* window);
 
     DeviceList& units() const { return *m_window->deviceList(); }
     // A monitored unit that never gets a link, having no address; its messages are up to the test alone.
