@@ -112,10 +112,12 @@ FunctionEnd
 
 ; Leaves everything as it was. An unfinished change of the helper stays, so that the next setup can undo it.
 Function ${UN}CleanUp
+  SetDetailsPrint none
   SetOutPath "$TEMP"
   RMDir /r "$INSTDIR\.setup\new"
   RMDir "$INSTDIR\.setup"
   RMDir "$INSTDIR"
+  SetDetailsPrint both
   ${If} $monitorEnded == "yes"
     StrCpy $monitorEnded ""
     Call ${UN}StartMonitor
