@@ -38,9 +38,9 @@ void bareLoop(int port, const std::atomic<bool>& stop)
     zmq::socket_t socket(context, zmq::socket_type::sub);
     socket.set(zmq::sockopt::subscribe, "");
     socket.connect("tcp://127.0.0.1:" + std::to_string(port));
-    std::array<char, 5000> text {};
+    zmq::message_t message;
     while (!stop) {
-        (void)socket.recv(zmq::buffer(text), zmq::recv_flags::dontwait);
+        (void)socket.recv(message, zmq::recv_flags::dontwait);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

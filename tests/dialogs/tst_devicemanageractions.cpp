@@ -5,7 +5,6 @@
 #include "link/qorinterface.h"
 #include "support/logcapture.h"
 #include "support/managedwindow.h"
-#include "support/messageboxes.h"
 #include "support/teststore.h"
 #include "support/units.h"
 
@@ -129,9 +128,8 @@ private slots:
         bool stoppedInTheList = false;
         connect(unit, &Device::monitoredChanged, this,
                 [&] { stoppedInTheList = managed.list()->contains(unit); });
-        const MessageBoxes boxes;
         managed.click("Remove");
-        QCOMPARE(boxes.count(), 0);
+        QCOMPARE(managed.boxes.count(), 0);
         QVERIFY(stoppedInTheList);
         QVERIFY(!unit->monitored());
         QCOMPARE(storedUnits(), "127.0.0.1:5567 80 http false"_s);

@@ -4,7 +4,6 @@
 #include "devices/devicelist.h"
 #include "support/managedwindow.h"
 #include "support/markingtranslator.h"
-#include "support/messageboxes.h"
 #include "support/teststore.h"
 #include "support/units.h"
 
@@ -22,11 +21,10 @@ void compareRefusal(ManagedWindow& managed, const char* button)
     const QString entered = managed.fields();
     const QString stored = storedUnits();
     const int count = managed.list()->count();
-    const MessageBoxes boxes;
     managed.click(button);
-    QCOMPARE(boxes.count(), 1);
-    boxes.compareLast(QMessageBox::Warning, "QorMonitor - Geräteverwaltung"_s,
-                      "Dieser Host/Port existiert bereits in der Liste!"_s, managed.dialog());
+    QCOMPARE(managed.boxes.count(), 1);
+    managed.boxes.compareLast(QMessageBox::Warning, "QorMonitor - Geräteverwaltung"_s,
+                              "Dieser Host/Port existiert bereits in der Liste!"_s, managed.dialog());
     QCOMPARE(managed.fields(), entered);
     QCOMPARE(managed.enabledButtons(), unitLoaded);
     QCOMPARE(managed.list()->count(), count);
@@ -84,14 +82,13 @@ private slots:
     void emptyHostAddsNothing()
     {
         ManagedWindow managed;
-        const MessageBoxes boxes;
         for (const auto& host : { QString(), "  \t "_s }) {
             managed.enter(host, "7000"_s, "81"_s, "https"_s);
             const QString entered = managed.fields();
             managed.click("AddHost");
             QCOMPARE(managed.list()->count(), 0);
             QCOMPARE(managed.fields(), entered);
-            QCOMPARE(boxes.count(), 0);
+            QCOMPARE(managed.boxes.count(), 0);
         }
     }
 
@@ -108,10 +105,9 @@ private slots:
         const ContextMarker marker("DlgDeviceManager");
         ManagedWindow managed;
         managed.add();
-        const MessageBoxes boxes;
         managed.enter(loopback);
         managed.click("AddHost");
-        QCOMPARE(boxes.lastText(), "#Dieser Host/Port existiert bereits in der Liste!"_s);
+        QCOMPARE(managed.boxes.lastText(), "#Dieser Host/Port existiert bereits in der Liste!"_s);
     }
 
     void hostOrPortMayDiffer()

@@ -3,7 +3,6 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "support/managedwindow.h"
-#include "support/messageboxes.h"
 #include "support/teststore.h"
 #include "support/units.h"
 
@@ -174,14 +173,13 @@ private slots:
         const QPointer<Device> unit(managed.addLoaded(5567));
         managed.enter(loopback, "5566"_s, "81"_s);
         const QString stored = storedUnits();
-        MessageBoxes boxes;
-        boxes.answer([&](QMessageBox* box) {
+        managed.boxes.answer([&](QMessageBox* box) {
             remove(managed, unit);
             QCoreApplication::processEvents();
             MessageBoxes::click(box, QMessageBox::Ok);
         });
         managed.click(button.constData());
-        QCOMPARE(boxes.count(), 1);
+        QCOMPARE(managed.boxes.count(), 1);
         QCOMPARE(storedUnits(), stored);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 81 http"_s);
         QCOMPARE(managed.tree()->topLevelItemCount(), managed.list()->count());

@@ -60,6 +60,25 @@ private slots:
         QCOMPARE(unit.link.state(), QorInterface::Disconnected);
     }
 
+    void disconnectWaitsForABusyLoop()
+    {
+        QSemaphore busy;
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        connect(
+            &unit.link, &QorInterface::textReceived, &unit.link,
+            [&busy] {
+                busy.release();
+                // Well behind the time of grace.
+                QThread::msleep(300);
+            },
+            Qt::DirectConnection);
+        unit.publisher.send("{}");
+        QVERIFY(busy.tryAcquire(1, 5000));
+        unit.device->setMonitored(false);
+        QVERIFY(unit.link.isFinished());
+    }
+
     void reconnectHearsNothingOld_data()
     {
         QTest::addColumn<int>("frames");

@@ -4,6 +4,7 @@
 #include "dialogs/dlgdevicemanager.h"
 #include "mainwindow/mainwinqormonitor.h"
 #include "support/literals.h"
+#include "support/messageboxes.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -12,9 +13,11 @@
 class Device;
 class DeviceList;
 
-// A main window and its device manager, worked on as the user does.
+// A main window and its device manager, worked on as the user does, and with their boxes answered.
 class ManagedWindow {
 public:
+    MessageBoxes boxes;
+
     MainWinQorMonitor* window() { return &m_window; }
     DeviceList* list() const { return m_window.deviceList(); }
     DlgDeviceManager* dialog() const { return m_window.findChild<DlgDeviceManager*>(); }
