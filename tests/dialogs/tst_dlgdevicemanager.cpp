@@ -203,7 +203,7 @@ private slots:
         ManagedWindow managed;
         managed.add();
         managed.tree()->topLevelItem(0)->setText(5, "old"_s);
-        // Not even a row without a unit matches no unit.
+        // A row without a unit is not refreshed either.
         managed.tree()->topLevelItem(0)->setData(0, Qt::UserRole, QVariant::fromValue<Device*>(nullptr));
         const QString before = managed.row(0);
         const LogCapture log;

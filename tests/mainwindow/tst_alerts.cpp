@@ -21,7 +21,7 @@ const auto soundKey = "UseAudio"_s;
 int plays = 0;
 } // namespace
 
-// Takes the place of Qt's, which tells nobody whether it starts a sound or plays a ringing one anew.
+// Replaces the function of Qt, which does not show whether it starts a sound or restarts a ringing one.
 void QSound::play()
 {
     ++plays;
@@ -303,7 +303,7 @@ private slots:
     void highlightStaysTransparent()
     {
         ring();
-        // Nothing has called for it yet.
+        // An alert alone does not set the style.
         QCOMPARE(group()->styleSheet(), QString());
         for (int phase = 0; phase < 3; ++phase) {
             m_window->toggleAlertHighlight();
@@ -312,7 +312,7 @@ private slots:
     }
 
 private:
-    // An alert puts the window on top of the others this often; it is on the screen if it does at all.
+    // Rings, and checks how many times this raises the window. With zero times the window stays hidden.
     void checkRaises(int times) const
     {
         int raises = 0;

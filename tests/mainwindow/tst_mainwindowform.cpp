@@ -87,7 +87,7 @@ private slots:
 
     void layoutsHoldTheirItems()
     {
-        // Behind the widget's own name and size.
+        // mid(1) leaves out the first line, the name and size of the widget.
         const QStringList expected {
             "QVBoxLayout verticalLayout:"_s, "  QHBoxLayout horizontalLayout"_s,
             "  QGroupBox groupBox"_s,        "QHBoxLayout horizontalLayout:"_s,
