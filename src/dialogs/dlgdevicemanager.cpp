@@ -3,9 +3,9 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "widgets/devicerow.h"
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
+#include "widgets/devicerow.h"
 
 #include <QDebug>
 #include <QMessageBox>

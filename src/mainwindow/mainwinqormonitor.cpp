@@ -7,10 +7,10 @@
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
-#include "widgets/devicerow.h"
 #include "mainwindow/messagecolour.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
+#include "widgets/devicerow.h"
 
 #include <QDebug>
 #include <QDesktopServices>

@@ -5,7 +5,7 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/logcapture.h"
 #include "support/managedwindow.h"
 #include "support/publisher.h"
@@ -59,7 +59,7 @@ private slots:
     {
         ManagedWindow managed;
         const DlgDeviceManager* dialog = managed.dialog();
-        QCOMPARE(FormChecks::outline(*dialog),
+        QCOMPARE(formOutline(*dialog),
                  QStringList({
                      "DlgDeviceManager 1080x375 \"QorMonitor - Geräteverwaltung\""_s,
                      "QVBoxLayout verticalLayout_2:"_s,

@@ -153,7 +153,7 @@ private slots:
         QFETCH(const Preparation, prepare);
         QFETCH(const QString, text);
         QFETCH(const bool, ofTheDialog);
-        const ContextMarker marker("DlgCheckForUpdates");
+        const MarkingTranslator marker("DlgCheckForUpdates");
         UpdateFixture fixture;
         prepare(fixture);
         QCOMPARE(fixture.runProgram(true, closeAndQuit), 0);
