@@ -187,6 +187,26 @@ private slots:
         QCOMPARE(m_window->isVisible(), otherUnit);
     }
 
+    void newWarningStopsAnAlarmWithoutFlag()
+    {
+        Publisher publisher;
+        const Device* unit = addMonitoredUnit(units(), publisher.port());
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send(statusReport("QOR-1"_s));
+        QTRY_COMPARE(column(2), QStringList(connectedText));
+        ring();
+        // The removal of a unit emits no alertChanged, so the alarm goes on although no flag is left.
+        units().removeAt(1);
+        QCOMPARE(units().count(), 1);
+        QVERIFY(!unit->alert());
+        QVERIFY(rings());
+        const QSignalSpy alerts(&units(), &DeviceList::alertChanged);
+        publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
+        QTRY_COMPARE(column(2), QStringList({ connectedText, "Lüfter steht"_s }));
+        QCOMPARE(alerts.count(), 1);
+        QVERIFY(!rings());
+    }
+
     void alertComesToTheFront()
     {
         m_window->showMinimized();
@@ -241,6 +261,26 @@ private slots:
         restart();
         QCOMPARE(rings(), sound);
         QVERIFY(m_window->isVisible());
+    }
+
+    void ringingAtStartEndsWithTheLastFlag()
+    {
+        // Neither unit sends a text, since Pending is enough.
+        const Publisher first;
+        const Publisher second;
+        int index = 0;
+        for (const int port : { first.port(), second.port() })
+            m_store.writeUnit(index++,
+                              { { "Host"_s, loopback }, { "ZmqPort"_s, port }, { "Monitored"_s, true } });
+        restart();
+        QVERIFY(rings());
+        QVector<bool> ringing;
+        // The window outlives this function and emits the signal again at its end.
+        const QObject recording;
+        connect(&units(), &DeviceList::alertChanged, &recording, [&] { ringing << rings(); });
+        // The first unit that is Pending leaves the flag of the other.
+        QTRY_COMPARE(ringing, QVector<bool>({ true, false }));
+        QCOMPARE(column(2), QStringList({ pendingText, pendingText }));
     }
 
     void storedSwitchIsShown_data()
