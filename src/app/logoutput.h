@@ -8,8 +8,8 @@ class QMessageLogContext;
 class QString;
 
 // Turns the program's messages into console lines with a one-letter tag, filtered by a debug level,
-// optionally time-stamped and coloured. Start-up does not install it, so that Qt's own output applies; it is
-// complete for a start-up that will.
+// optionally time-stamped and coloured. The program does not install it and logs through Qt's own output. It
+// is ready for a start-up that installs it.
 //
 // The settings are plain globals: set them before any other thread logs. The handler itself takes no lock
 // and is called from every thread; each line is one call of fprintf.

@@ -38,9 +38,9 @@ Device::~Device()
     } catch (const zmq::error_t& error) {
         qDebug() << "Device::~Device():" << error.what();
     }
-    // The link must be joined while everything that it reports to is still there. One that is in use again,
-    // because a listener has just connected it, ends without a word: those who hear it may ask a unit that
-    // has no link any more.
+    // The thread of the link must end while the objects that receive its signals still exist. A listener may
+    // have connected the link again just now. Its signals are blocked, because a listener may ask the unit
+    // for a link that is already gone.
     m_link->blockSignals(true);
     m_link.reset();
 }

@@ -23,13 +23,13 @@ public:
     QWidget* parentWidget() const { return m_parentWidget; }
 
     int count() const { return m_devices.count(); }
-    // The unit at an index of [0, count()); both throw std::exception outside of it. The program uses the
-    // first.
+    // The unit at this index. Both throw std::exception when the index is not in [0, count()). The program
+    // calls only at().
     Device* at(int index) const;
     Device* device(int index);
     // The first unit with exactly this host, letter case included, and this ZeroMQ port; -1 if none.
     int indexOf(const QString& host, int zmqPort) const;
-    // Whether the unit is in the list; it is only compared, so that it may have been deleted.
+    // Whether the unit is in the list. The pointer is only compared, so the unit may be deleted already.
     bool contains(const Device* device) const;
 
     // Appends a unit that is neither monitored nor saved yet, and emits listChanged. Null, and nothing
@@ -37,7 +37,7 @@ public:
     Device* addDevice(const QString& host, int zmqPort, int webPort, const QString& webScheme);
     // Takes the unit out, emits listChanged, and deletes it later; whether it is in the list is not checked.
     void removeDevice(Device* pDevice);
-    // The same for an index, which the program does not use.
+    // removeDevice() for the unit at this index. The program does not call it.
     void removeAt(int index);
     // Does nothing for null.
     void setMonitored(Device* pDevice, bool on);
@@ -58,7 +58,7 @@ signals:
     void listRead();
     void listCleared();
     void deviceChanged(Device* pDevice);
-    // For windows that would come to the front; nothing emits it.
+    // Asks the windows to come to the front. Nothing emits it.
     void activateWindow();
     void deviceStatesChanged();
     void alertChanged();

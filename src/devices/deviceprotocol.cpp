@@ -57,7 +57,7 @@ void Device::processQorMessage(const QByteArray& json)
             stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
             stringValue(object, "remoteQorVersionNo"), stringValue(object, "remoteQorVersionDate"));
     } else {
-        // Not this method's name, but the one by which the line is known.
+        // The line names another method: readers of logs search for this name.
         qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd
                               << ", message" << json << ", object" << object;
         setIncompatible(true);
@@ -68,7 +68,7 @@ void Device::updateConnectState()
 {
     const QorInterface::State state = m_link->state();
     qInfo() << "Device::updateConnectState()" << state;
-    // Each of these steps is announced, so that listeners see in which order they come.
+    // The setters emit signals, so listeners see the order of these lines. It is not the same in each case.
     switch (state) {
     case QorInterface::Pending:
         m_connectionMessage

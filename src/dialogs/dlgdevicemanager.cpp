@@ -3,9 +3,9 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "widgets/devicerow.h"
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
+#include "widgets/devicerow.h"
 
 #include <QDebug>
 #include <QMessageBox>
@@ -57,9 +57,9 @@ DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
     m_ui->setupUi(this);
     // List order until the user clicks a header.
     m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
-    // The ports read as they are typed, whatever digits the user's country has.
+    // Shows a port as it is typed. Another locale may show 5566 as "5.566" or in other digits.
     m_ui->treeWidget->setLocale(QLocale::c());
-    // What a click is for the mouse, Return on a row is for the keyboard.
+    // Return on a row does the same as a click on it.
     connect(m_ui->treeWidget, &QTreeWidget::itemActivated, this,
             &DlgDeviceManager::on_treeWidget_itemClicked);
     updateDevice(nullptr);

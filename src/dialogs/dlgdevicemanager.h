@@ -28,6 +28,7 @@ public:
 public slots:
     // Enables the buttons that need a unit loaded into the fields.
     void updateActions();
+    // Only logs. The program does not call it.
     void updateList();
     // Fills the tree anew, in list order.
     void rebuildList();

@@ -48,8 +48,8 @@ void FileDownloader::setBusy(bool busy)
 
 void FileDownloader::cancel()
 {
-    // Forgotten first: the abort reports at once, and a transfer that is started inside of the report is not
-    // to be forgotten in its place.
+    // Clear m_reply first: the abort reports at once, and the receiver may start a new transfer inside that
+    // report. The new reply must stay.
     if (QNetworkReply* aborted = std::exchange(m_reply, nullptr))
         aborted->abort();
     setBusy(false);
@@ -57,7 +57,7 @@ void FileDownloader::cancel()
 
 void FileDownloader::processFileDownloaded(QNetworkReply* pReply)
 {
-    // A transfer that is cancelled before it could fail by itself finishes twice, but is reported once.
+    // A cancelled transfer may finish a second time, with an error of its own. It is reported only once.
     disconnect(pReply, &QNetworkReply::finished, nullptr, nullptr);
     m_reply = nullptr;
     m_data = pReply->readAll();
@@ -81,7 +81,7 @@ void FileDownloader::processEncrypted(QNetworkReply* reply)
 void FileDownloader::processSslErrors(QNetworkReply* reply, const QList<QSslError>& errors)
 {
     qDebug() << "processSslErrors " << errors;
-    // The update server's certificate is not checked, by policy.
+    // Every certificate is accepted, so that an update server with an expired or self-signed one still works.
     if (reply)
         reply->ignoreSslErrors();
 }

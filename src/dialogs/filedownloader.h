@@ -16,10 +16,13 @@
 //                            ^                               |
 //                            +-----------download()----------+
 //
-// Loading, it has a current reply; reporting, it is inside of downloadSuccess or downloadFailed, perhaps for
-// long, since the receiver may show a message box. The busy flag is what the user is shown: it goes up with a
-// download and down when a report is over, also when the receiver has started the next transfer in it.
-// The object must not be deleted while it reports: the network classes are still at work below.
+// While it loads, it has a current reply. There is one exception: when a download starts before the one
+// before it has ended, the end of that one clears the current reply and the busy flag, and the new one loads
+// on without them.
+// While it reports, it is inside downloadSuccess or downloadFailed. This may take long, since the receiver
+// may show a message box. The object must not be deleted then: Qt's network classes are still on the stack.
+// The busy flag is for the user: it is set by a download and cleared after a report, even when the receiver
+// has started the next transfer inside that report.
 class FileDownloader : public QObject {
     Q_OBJECT
 
@@ -37,7 +40,8 @@ public:
     void cancel();
     // The running transfer; null when none is known.
     QNetworkReply* currentReply() const { return m_reply; }
-    // Whether it neither loads nor reports, and is not marked as busy.
+    // Whether it knows no running transfer, does not report and is not busy. A transfer that it has lost
+    // sight of (see above) may still run.
     bool isIdle() const { return !m_busy && !m_reply && !m_reporting; }
 
 signals:
@@ -48,6 +52,7 @@ signals:
 
 private slots:
     void processFileDownloaded(QNetworkReply* pReply);
+    // Only logs. No signal is connected to it.
     void processEncrypted(QNetworkReply* reply);
     void processSslErrors(QNetworkReply* reply, const QList<QSslError>& errors);
 

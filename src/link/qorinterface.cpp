@@ -29,7 +29,8 @@ QorInterface::QorInterface()
 QorInterface::~QorInterface()
 {
     disconnectSwallowingErrors("QorInterface::~QorInterface():");
-    // A listener may just have connected it again. This time nobody is told.
+    // A listener may have connected the link again during the first call. With blocked signals no listener
+    // can do so during the second.
     blockSignals(true);
     disconnectSwallowingErrors("QorInterface::~QorInterface():");
 }
@@ -54,12 +55,11 @@ void QorInterface::updateConnection()
         connectQor(m_device->host(), m_device->zmqPort());
 }
 
-// Connecting and disconnecting tell the listeners of each step, and a listener may connect or disconnect the
-// link itself. The later call is carried out at once and wins: the one in whose midst it came takes none of
-// its further steps. So it neither starts a second loop on the socket nor writes over what the later call has
-// left.
+// The steps of connecting and disconnecting emit signals, and a listener may call connectQor() or
+// disconnectQor() from there. The inner call is carried out at once and wins. The outer call then stops: it
+// must not start a second loop on the socket, nor overwrite what the inner call has set.
 //
-// False when a later call has come.
+// Takes the steps in order. Returns false when an inner call has come.
 template <typename... Step> bool QorInterface::takeSteps(Step... step)
 {
     const quint64 call = ++m_calls;
@@ -96,7 +96,7 @@ void QorInterface::disconnectQor()
 
 bool QorInterface::leave()
 {
-    // An idle link has no steps to take, but one that is just being connected is not to go on.
+    // An idle link has nothing to leave. The call still counts, so that a connect that is under way stops.
     if (!m_session)
         return takeSteps();
     qDebug() << "QorInterface::disconnectQor()";
@@ -104,8 +104,8 @@ bool QorInterface::leave()
     stopLoop();
     endSession();
     const std::optional<zmq::error_t> error = leaveEndpoint();
-    // A silent unit is Disconnected already; the listeners are told all the same, so that they see that it
-    // is no longer listened to.
+    // The state may be Disconnected already, because the unit was silent. The signal is emitted all the same:
+    // listeners must learn that the link has stopped.
     m_state = Disconnected;
     const bool isLastCall = takeSteps([this] { emit connectStateChanged(); }, [this] { setHost(QString()); },
                                       [this] { setIpAddress(QString()); });
@@ -128,7 +128,8 @@ void QorInterface::stopLoop()
     m_stopRequested = true;
     msleep(stopGraceMs);
     wait();
-    // The thread sanitizer does not see Qt's join. It does see that this reads what run() has written last.
+    // For the thread sanitizer: it does not see that wait() joins the thread, but it sees that this line
+    // reads what run() wrote last.
     m_stopRequested.load();
 }
 
@@ -136,24 +137,24 @@ void QorInterface::beginSession()
 {
     m_session = new QObject(this);
     m_textsUnderWay = 0;
-    // A posted lambda would do as well, but not for the thread sanitizer: it does not see that Qt's queue
-    // lies between the thread that fills the lambda and the one that reads it. What a signal carries is
-    // copied by Qt.
+    // A queued signal instead of a posted lambda, because of the thread sanitizer: it does not see that Qt's
+    // event queue separates the thread that fills a lambda from the thread that reads it. The arguments of a
+    // signal are copied by Qt.
     connect(
         this, &QorInterface::textReceived, m_session, [this](const QByteArray& json) { deliver(json); },
         Qt::QueuedConnection);
-    // Heard only from a loop that has failed: disconnecting ends the session first.
+    // This arrives only from a loop that has failed: disconnecting ends the session before it arrives.
     connect(
         this, &QThread::finished, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
 
 void QorInterface::endSession()
 {
-    // Until it is deleted it would hear the texts of the next address, too.
+    // The session object lives a little longer. It must not receive the texts of the next address.
     disconnect(this, nullptr, m_session, nullptr);
-    // Texts still queued must not speak for an idle link, nor for its next address.
+    // Texts that are still queued must not count for an idle link, nor for its next address.
     QCoreApplication::removePostedEvents(m_session);
-    // Not at once: the call may come from one of its own handlers.
+    // Deleted later, because one of its own handlers may be running.
     m_session->deleteLater();
     m_session = nullptr;
 }
@@ -166,8 +167,8 @@ std::optional<zmq::error_t> QorInterface::leaveEndpoint()
     } catch (const zmq::error_t& refused) {
         error = refused;
     }
-    // The next connect takes a new socket. A connection is only taken down while its socket is in use, so
-    // the unit would go on publishing to a link that has been stopped; and a socket that is connected anew
+    // The next connect creates a new socket. ZeroMQ closes a connection only while its socket is in use, so
+    // without this the unit would go on sending to a stopped link. And a socket that is connected again
     // between two frames of one message ends the process.
     m_socket.close();
     return error;
@@ -227,7 +228,7 @@ void QorInterface::run()
         qDebug() << "QorInterface::run(): caught unspecified exception";
     }
     qDebug() << "QorInterface::run(): thread closed!";
-    // A loop that has failed is still to be disconnected. That is left to the GUI thread.
+    // After a failure the GUI thread disconnects the link.
     m_stopRequested = true;
 }
 
@@ -236,10 +237,10 @@ void QorInterface::receiveUntilStopped()
     std::array<char, receiveBufferSize> receiveBuffer {};
     zmq::message_t message(receiveBufferSize);
     while (!m_stopRequested) {
-        // A GUI thread that is slower than the unit is not buried in texts: the others wait in the socket,
-        // whose queue is limited.
+        // Only a few texts may wait for a slow GUI thread. The others stay in the socket, whose queue is
+        // limited.
         if (m_textsUnderWay < maxTextsUnderWay && m_socket.recv(message, zmq::recv_flags::dontwait)) {
-            // A text that does not fit is dropped without a word.
+            // A longer text is dropped whole, without a log line.
             if (const size_t size = message.size(); size < receiveBuffer.size()) {
                 std::memcpy(receiveBuffer.data(), message.data(), size);
                 receiveBuffer.at(size) = '\0';

@@ -45,8 +45,9 @@ public:
 
     // Resolves the host (blocking) and subscribes to everything that it publishes on the TCP port. A link
     // in use is disconnected first. False when the host has no address, or when a listener has connected or
-    // disconnected the link meanwhile, which then stands. Throws zmq::error_t when the old endpoint cannot be
-    // left, or no socket be made, or the new endpoint is refused, after which the link is Disconnected.
+    // disconnected the link meanwhile: the call of the listener wins. Throws zmq::error_t when the old
+    // endpoint cannot be left, when no socket can be created, or when the new endpoint is refused. The link
+    // is then Disconnected.
     bool connectQor(const QString& host, int port);
 
     // Stops the thread, waits for it and leaves the endpoint; nothing for an idle link. Takes at least
@@ -65,14 +66,15 @@ public:
     QString ipAddress() const { return m_ipAddress; }
 
 signals:
-    // One received text: raw bytes up to the first zero byte, at most 4999. Emitted on the GUI thread.
+    // One received text: raw bytes up to the first zero byte. A text of more than 4999 bytes is dropped
+    // whole. Emitted on the GUI thread.
     void receiveQorMessage(QByteArray json);
     void connectStateChanged();
     void hostChanged(QString strHost);
     void portChanged();
     void ipAddressChanged(QString strIpAddress);
 
-    // How a text crosses to the GUI thread.
+    // Carries a text from the link thread to the GUI thread.
     void textReceived(QByteArray json, QPrivateSignal);
 
 protected:

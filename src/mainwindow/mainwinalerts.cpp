@@ -106,7 +106,8 @@ void MainWinQorMonitor::createTrayIcon()
     QFont font = m_openAction->font();
     font.setWeight(QFont::Bold);
     m_openAction->setFont(font);
-    // The action is not checkable, so it never forces.
+    // triggered(bool) passes its checked state as "force". That is always false, since the action is not
+    // checkable.
     connect(m_openAction.get(), &QAction::triggered, this, &MainWinQorMonitor::showWindow);
 
     m_trayMenu = new QMenu(this);

@@ -7,10 +7,10 @@
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
-#include "widgets/devicerow.h"
 #include "mainwindow/messagecolour.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
+#include "widgets/devicerow.h"
 
 #include <QDebug>
 #include <QDesktopServices>
@@ -147,7 +147,8 @@ void MainWinQorMonitor::loadDevices()
     try {
         m_deviceList->load();
     } catch (...) {
-        // The destructor will not run, and the units announce their end through a whole main window only.
+        // The destructor will not run after this. Delete the units while the main window is still whole: they
+        // emit signals to it when they end.
         delete m_deviceList;
         throw;
     }

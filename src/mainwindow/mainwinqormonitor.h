@@ -36,7 +36,7 @@ public:
     Q_DISABLE_COPY_MOVE(MainWinQorMonitor)
 
     DeviceList* deviceList() const { return m_deviceList; }
-    // Rings for as long as it is not finished.
+    // The alarm rings while isFinished() is false.
     const QSound& alarmSound() const { return m_alarmSound; }
 
     // Message list and dialogs, in mainwinqormonitor.cpp.

@@ -3,7 +3,8 @@
 
 #include <QString>
 
-// The keys under which the main window keeps its own settings.
+// The two settings keys of the main window. The keys of units and of the update check are in device.cpp and
+// dlgcheckforupdates.cpp.
 namespace SettingsKeys {
 inline const auto geometry = QStringLiteral("geometry");
 inline const auto useAudio = QStringLiteral("UseAudio");

@@ -15,8 +15,8 @@ void bindDevice(QTreeWidgetItem* row, Device* device)
     row->setData(deviceColumn, deviceRole, QVariant::fromValue(device));
 }
 
-// Takes a unit that is being destroyed off all rows of its tree. One for each tree, so that however often the
-// rows are made anew, tree and unit are connected once.
+// Removes a unit that is being destroyed from all rows of a tree. Each tree has one such object, so that a
+// unit is connected once, however often the rows are made anew.
 class DestroyedDevices : public QObject {
     Q_OBJECT
 
@@ -32,7 +32,7 @@ public:
         for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
             QTreeWidgetItem* row = m_tree->topLevelItem(i);
             const QVariant bound = row->data(deviceColumn, deviceRole);
-            // Read raw: the regular conversion would look into an object that is half gone.
+            // Read the pointer directly: QVariant::value() would look into an object that is half destroyed.
             if (bound.userType() == qMetaTypeId<Device*>()
                 && *static_cast<Device* const*>(bound.constData()) == device)
                 bindDevice(row, nullptr);

@@ -44,7 +44,7 @@ private slots:
         QCOMPARE(lines.at(0), QString());
         QVERIFY(lines.at(1).contains("QorMonitor"_s));
         QVERIFY(lines.at(1).contains("Varko"_s));
-        // Behind the rule comes its own line break, then the one of the message.
+        // The banner ends with a line break and the log adds another one, so an empty line follows.
         QCOMPARE(lines.mid(2, 7),
                  QStringList({ "Version "_s + programVersion(), Contact::Maker::company,
                                Contact::Maker::street, Contact::Maker::town, Contact::Maker::email,

@@ -198,7 +198,7 @@ private slots:
         QVERIFY(QFileInfo::exists(namePath()));
     }
 
-    // A name lookup holds the running monitor up, say.
+    // A running monitor may be blocked, for example by a name lookup.
     void busyInstanceKeepsItsName()
     {
 #ifndef Q_OS_UNIX

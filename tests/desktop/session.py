@@ -180,7 +180,7 @@ class Session:
             os.remove(self.path("opened"))
 
     def xdotool(self, *words):
-        """Real input; returns the moment just before it, and leaves the one just after it in last_input."""
+        """Sends real input. Returns the time just before it; last_input holds the time just after it."""
         before = time.monotonic()
         subprocess.run(
             ["xdotool", *map(str, words)], env=self.env, check=True, timeout=10, stdout=subprocess.DEVNULL

@@ -46,7 +46,7 @@ def _deliver_events():
 
 def _desktop():
     desktop = Atspi.get_desktop(0)
-    # What is remembered would only be kept up to date by a running main loop.
+    # Only a running main loop would keep cached values up to date.
     desktop.set_cache_mask(Atspi.Cache.NONE)
     _deliver_events()
     return desktop
@@ -163,7 +163,7 @@ def focused(window):
         return None
     widgets = list(descendants(window))
     direct = next((widget for widget in widgets if has_state(widget, "focused")), None)
-    # A list tells of its current cell only, and does so without the focus too: it comes last.
+    # A list reports its current cell as focused even when it does not have the focus: it comes last.
     return direct or next(
         (widget for widget in widgets if role(widget) == "tree" and _has_current(widget)), None
     )
@@ -178,8 +178,8 @@ def _has_current(tree):
 
 
 def click_spots(menu):
-    """The middle of every entry of an open menu on the screen, by name. Entries that a second menu shares
-    tell where they are in that one, so the places are counted from the top."""
+    """The middle of every entry of an open menu on the screen, by name. An entry that is also in a second
+    menu reports its place in that menu, so the places are counted from the top of this one."""
     x, y, width, _ = extents(menu)
     spots = {}
     for entry in children(menu):

@@ -25,8 +25,8 @@ private slots:
 
     void onlyStatusTextsCanBeTranslated()
     {
-        const ContextMarker deviceMarker("Device");
-        const ContextMarker linkMarker("QorInterface");
+        const MarkingTranslator deviceMarker("Device");
+        const MarkingTranslator linkMarker("QorInterface");
         LinkedUnit unit;
         Device& device = *unit.device;
         QCOMPARE(device.stateText(), "#Nicht überwacht"_s);
@@ -64,7 +64,7 @@ private slots:
     void hintBoxReadsDatesInTheSystemsLanguageAndCanBeTranslated()
     {
         QFETCH(const QString, remoteDate);
-        const ContextMarker marker("Device");
+        const MarkingTranslator marker("Device");
         DeviceList list(nullptr);
         Device device(&list);
         device.setQorName("Halle 2"_s);

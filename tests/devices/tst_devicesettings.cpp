@@ -23,7 +23,7 @@ QVariantMap unitValues(const QString& host, int zmqPort = 5566, bool monitored =
     };
 }
 
-// No resolver is asked for a name with a blank.
+// Qt refuses a host name with a blank at once, so no test waits for a name server.
 QString unitHost(int number)
 {
     return "unit %1"_s.arg(number);

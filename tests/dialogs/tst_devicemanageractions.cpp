@@ -164,7 +164,7 @@ private slots:
         managed.click("Refresh");
         QCOMPARE(first->ipAddress(), loopback);
         QCOMPARE(second->ipAddress(), loopback);
-        // Each is emptied and then found.
+        // Each unit changes twice: its address is cleared and then found.
         QCOMPARE(order, QList<Device*>({ first, first, second, second }));
         QCOMPARE(managed.column(1), "10.0.0.1|10.0.0.2"_s);
         QCOMPARE(first->qorInterface()->state(), QorInterface::Disconnected);
@@ -258,8 +258,7 @@ private slots:
         QCOMPARE(managed.fields(), " 5566 80 http"_s);
     }
 
-    // The buttons do not hear of the loaded unit's removal: they learn of it with the next thing that is
-    // done.
+    // The removal of the loaded unit does not update the buttons. The next action does.
     void buttonsLearnOfTheRemovalLater_data()
     {
         QTest::addColumn<RowAction>("action");

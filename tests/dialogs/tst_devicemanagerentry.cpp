@@ -102,7 +102,7 @@ private slots:
 
     void refusalCanBeTranslated()
     {
-        const ContextMarker marker("DlgDeviceManager");
+        const MarkingTranslator marker("DlgDeviceManager");
         ManagedWindow managed;
         managed.add();
         managed.enter(loopback);

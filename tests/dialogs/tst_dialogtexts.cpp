@@ -5,7 +5,7 @@
 #include "dialogs/dlgdevicemanager.h"
 #include "dialogs/dlgdownloadmonitor.h"
 #include "mainwindow/mainwinqormonitor.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/literals.h"
 #include "support/markingtranslator.h"
 #include "support/teststore.h"
@@ -26,7 +26,7 @@ namespace {
 QStringList textsOf(const QDialog& dialog)
 {
     QStringList texts;
-    const QStringList lines = FormChecks::outline(dialog);
+    const QStringList lines = formOutline(dialog);
     for (const QString& line : lines)
         texts << line.section(QLatin1Char('"'), 1, 1);
     const auto widgets = dialog.findChildren<QWidget*>();
@@ -74,7 +74,7 @@ private slots:
         QFETCH(const int, texts);
         const TestStore store;
         MainWinQorMonitor window;
-        const ContextMarker marker(QTest::currentDataTag());
+        const MarkingTranslator marker(QTest::currentDataTag());
         const auto dialog = make(&window);
         const QStringList found = textsOf(*dialog);
         QCOMPARE(found.size(), texts);

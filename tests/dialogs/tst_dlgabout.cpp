@@ -4,7 +4,7 @@
 #include "base/contact.h"
 #include "base/version.h"
 #include "support/browser.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/literals.h"
 #include "support/messageboxes.h"
 
@@ -58,7 +58,7 @@ private slots:
     void formLooksAsDesigned()
     {
         const DlgAbout about(nullptr);
-        QCOMPARE(FormChecks::outline(about),
+        QCOMPARE(formOutline(about),
                  QStringList({
                      "DlgAbout 548x651 \"Über QorMonitor ...\""_s,
                      "QVBoxLayout vboxLayout:"_s,

@@ -5,7 +5,7 @@
 
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/literals.h"
 #include "support/updatefixture.h"
 
@@ -25,7 +25,7 @@ private slots:
     void formLooksAsDesigned()
     {
         const UpdateFixture fixture;
-        QCOMPARE(FormChecks::outline(*fixture.dialog),
+        QCOMPARE(formOutline(*fixture.dialog),
                  QStringList({
                      "DlgCheckForUpdates 342x116 \"Anwendung aktualisieren\""_s,
                      "QVBoxLayout verticalLayout:"_s,

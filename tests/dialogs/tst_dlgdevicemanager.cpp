@@ -5,7 +5,7 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/logcapture.h"
 #include "support/managedwindow.h"
 #include "support/publisher.h"
@@ -59,7 +59,7 @@ private slots:
     {
         ManagedWindow managed;
         const DlgDeviceManager* dialog = managed.dialog();
-        QCOMPARE(FormChecks::outline(*dialog),
+        QCOMPARE(formOutline(*dialog),
                  QStringList({
                      "DlgDeviceManager 1080x375 \"QorMonitor - Geräteverwaltung\""_s,
                      "QVBoxLayout verticalLayout_2:"_s,
@@ -203,7 +203,7 @@ private slots:
         ManagedWindow managed;
         managed.add();
         managed.tree()->topLevelItem(0)->setText(5, "old"_s);
-        // Not even a row without a unit matches no unit.
+        // A row without a unit is not refreshed either.
         managed.tree()->topLevelItem(0)->setData(0, Qt::UserRole, QVariant::fromValue<Device*>(nullptr));
         const QString before = managed.row(0);
         const LogCapture log;

@@ -2,7 +2,7 @@
 #include "dialogs/dlgdownloadmonitor.h"
 
 #include "support/eventwatch.h"
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/httpserver.h"
 #include "support/literals.h"
 
@@ -58,7 +58,7 @@ private slots:
     void formLooksAsDesigned()
     {
         const Fixture fixture;
-        QCOMPARE(FormChecks::outline(fixture.monitor),
+        QCOMPARE(formOutline(fixture.monitor),
                  QStringList({
                      "DlgDownloadMonitor 497x144 \"Download Monitor\""_s,
                      "QVBoxLayout verticalLayout:"_s,

@@ -43,7 +43,7 @@ void finishSecond(Downloader& downloader)
     downloader.server.release();
     QTRY_COMPARE(downloader.success.count(), 2);
     QCOMPARE(downloader.downloadedData(), QByteArray("22"));
-    // Up for the first, down at its end; nothing for the second.
+    // The first transfer set and cleared the busy flag. The second did not change it.
     QCOMPARE(downloader.busy.count(), 2);
 }
 

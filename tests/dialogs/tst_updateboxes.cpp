@@ -78,7 +78,7 @@ private slots:
             QMessageBox::Warning,
             "#Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"_s, false,
             false);
-        // Nobody looks there.
+        // The redirect is not followed.
         row("description elsewhere",
             describing(HttpAnswer::status("301 Moved").with("Location: /QorMonitorUpdate/f")),
             QMessageBox::Information, noVersion, false, false);
@@ -153,7 +153,7 @@ private slots:
         QFETCH(const Preparation, prepare);
         QFETCH(const QString, text);
         QFETCH(const bool, ofTheDialog);
-        const ContextMarker marker("DlgCheckForUpdates");
+        const MarkingTranslator marker("DlgCheckForUpdates");
         UpdateFixture fixture;
         prepare(fixture);
         QCOMPARE(fixture.runProgram(true, closeAndQuit), 0);
@@ -187,8 +187,8 @@ private slots:
         QCOMPARE(fixture.runProgram(true, [](QMessageBox*) { QCoreApplication::quit(); }), 0);
         QCOMPARE(fixture.boxes.last().icon, icon);
         QVERIFY(!fixture.boxes.last().dialog);
-        // No answer is no Yes: one box about the description, and one about the installer if it was asked
-        // for.
+        // A box without an answer does not count as Yes. Every request led to one box: the one for the
+        // description, and the one for the installer if it was loaded.
         QCOMPARE(fixture.server.requests().size(), fixture.boxes.count());
         fixture.dialog.reset();
         QTest::qWait(20);

@@ -201,7 +201,7 @@ private slots:
         loadInstaller(fixture, QByteArray(size, 'x'));
         compareSaveError(fixture, reason);
         QCOMPARE(fixture.folder.entries(), left);
-        // The link went, not what it leads to.
+        // The link was removed, but not its target.
         QVERIFY(QFile::exists("/dev/full"_s));
     }
 

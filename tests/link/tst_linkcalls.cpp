@@ -229,7 +229,7 @@ private slots:
     void impossiblePorts()
     {
         QFETCH(const int, port);
-        // The library only looks at the shape of the text; what it lets pass is never reached.
+        // ZeroMQ checks only the form of the endpoint. The ports that it accepts here cannot be reached.
         QTEST(errorOf([&] { m_link->connectQor(loopback, port); }), "error");
         QCOMPARE(m_link->port(), port);
         QCOMPARE(errorOf([&] { m_link->disconnectQor(); }), 0);

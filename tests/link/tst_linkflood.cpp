@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Units that publish faster than a link polls: nothing of them outlives the link to them.
+// Units that publish faster than a link polls. No text may arrive after the link has been left.
 #include "link/qorinterface.h"
 
 #include "support/linkjournal.h"
@@ -28,8 +28,8 @@ void publish(Publisher& publisher, const QByteArray& text = "{}", int frames = 1
         publisher.sendFrames(message);
 }
 
-// Has the semaphore count the texts that set out for the GUI thread, so that a test can wait for them without
-// letting in an event.
+// Counts in the semaphore the texts that are queued for the GUI thread. So a test can wait for them without
+// processing events.
 void countTexts(const QorInterface& link, QSemaphore& queued)
 {
     QObject::connect(
@@ -51,7 +51,7 @@ private slots:
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
         countTexts(unit.link, queued);
         publish(unit.publisher);
-        // Not a single event is let in, neither here nor while the loop goes on for its grace time.
+        // No event is processed here, nor while the loop runs on for its grace time.
         QVERIFY(queued.tryAcquire(10, 5000));
         unit.device->setMonitored(false);
         QCoreApplication::processEvents();
@@ -69,7 +69,7 @@ private slots:
             &unit.link, &QorInterface::textReceived, &unit.link,
             [&busy] {
                 busy.release();
-                // Well behind the time of grace.
+                // Much later than the grace time.
                 QThread::msleep(300);
             },
             Qt::DirectConnection);
@@ -119,7 +119,7 @@ private slots:
         countTexts(link, queued);
         const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
         QVERIFY(link.connectQor(loopback, first.port()));
-        // The text arrives before the event loop has had its turn since the disconnect.
+        // The text arrives before the event loop runs again after the disconnect.
         QVERIFY(connectTo(link, second));
         second.send("text");
         QVERIFY(queued.tryAcquire(1, 5000));
@@ -151,12 +151,12 @@ private slots:
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
         countTexts(unit.link, queued);
         publish(unit.publisher);
-        // What is not handled yet stays in the socket, which has a limit, while the GUI thread is held up.
+        // While the GUI thread is blocked, the other texts stay in the socket, whose queue is limited.
         QVERIFY(!queued.tryAcquire(100, 1000));
         QCOMPARE(received.count(), 0);
-        // Late, but all of them.
+        // All of them arrive, though late.
         QTRY_COMPARE(received.count(), flood);
-        // A link that was held back when it was left starts the next session afresh.
+        // The next session of a link starts with no waiting texts, even if the last one ended with many.
         queued.acquire(queued.available());
         publish(unit.publisher);
         QVERIFY(!queued.tryAcquire(flood, 1000));

@@ -104,7 +104,7 @@ private slots:
     }
 
 private:
-    // Until the listeners have been told.
+    // Monitors the unit and waits until the listeners know that it is Pending.
     static void becomePending(LinkedUnit& unit)
     {
         const LinkJournal journal(unit.link);

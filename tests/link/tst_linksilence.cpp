@@ -24,7 +24,7 @@ private slots:
         unit.device->setMonitored(true);
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         QVERIFY(unit.link.isRunning());
-        // Nothing that is still to be sent to nobody holds the end up.
+        // ZeroMQ could not send the subscription. This must not delay the end.
         QElapsedTimer elapsed;
         elapsed.start();
         unit.list.reset();
@@ -47,7 +47,7 @@ private slots:
         unit.device->setZmqPort(server.serverPort());
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
         unit.device->setMonitored(true);
-        // It comes again and again, as for a unit that is starting up.
+        // The link connects again and again, because a unit may still be starting up.
         QTRY_VERIFY(answered >= 3);
         QCOMPARE(unit.link.state(), QorInterface::Pending);
         QVERIFY(unit.link.isRunning());
@@ -70,8 +70,8 @@ private slots:
         const LinkJournal journal(unit.link);
         const LogCapture log;
         QTRY_COMPARE_WITH_TIMEOUT(unit.link.state(), QorInterface::Disconnected, 10000);
-        // Not early, since the clock here starts a little later than the timer, and not late but for a busy
-        // computer.
+        // The clock here starts a little after the timer, so it may show a little less than 5000 ms. A busy
+        // computer may add some time.
         QVERIFY2(silence >= 4990 && silence <= 5750, QByteArray::number(silence).constData());
         QCOMPARE(unit.link.stateText(), "Getrennt"_s);
         QVERIFY(unit.link.isRunning());

@@ -21,7 +21,7 @@ const auto soundKey = "UseAudio"_s;
 int plays = 0;
 } // namespace
 
-// Takes the place of Qt's, which tells nobody whether it starts a sound or plays a ringing one anew.
+// Replaces the function of Qt, which does not show whether it starts a sound or restarts a ringing one.
 void QSound::play()
 {
     ++plays;
@@ -187,6 +187,26 @@ private slots:
         QCOMPARE(m_window->isVisible(), otherUnit);
     }
 
+    void newWarningStopsAnAlarmWithoutFlag()
+    {
+        Publisher publisher;
+        const Device* unit = addMonitoredUnit(units(), publisher.port());
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send(statusReport("QOR-1"_s));
+        QTRY_COMPARE(column(2), QStringList(connectedText));
+        ring();
+        // The removal of a unit emits no alertChanged, so the alarm goes on although no flag is left.
+        units().removeAt(1);
+        QCOMPARE(units().count(), 1);
+        QVERIFY(!unit->alert());
+        QVERIFY(rings());
+        const QSignalSpy alerts(&units(), &DeviceList::alertChanged);
+        publisher.send(statusReport("QOR-1"_s, { warning("Lüfter steht"_s) }));
+        QTRY_COMPARE(column(2), QStringList({ connectedText, "Lüfter steht"_s }));
+        QCOMPARE(alerts.count(), 1);
+        QVERIFY(!rings());
+    }
+
     void alertComesToTheFront()
     {
         m_window->showMinimized();
@@ -241,6 +261,26 @@ private slots:
         restart();
         QCOMPARE(rings(), sound);
         QVERIFY(m_window->isVisible());
+    }
+
+    void ringingAtStartEndsWithTheLastFlag()
+    {
+        // Neither unit sends a text, since Pending is enough.
+        const Publisher first;
+        const Publisher second;
+        int index = 0;
+        for (const int port : { first.port(), second.port() })
+            m_store.writeUnit(index++,
+                              { { "Host"_s, loopback }, { "ZmqPort"_s, port }, { "Monitored"_s, true } });
+        restart();
+        QVERIFY(rings());
+        QVector<bool> ringing;
+        // The window outlives this function and emits the signal again at its end.
+        const QObject recording;
+        connect(&units(), &DeviceList::alertChanged, &recording, [&] { ringing << rings(); });
+        // The first unit that is Pending leaves the flag of the other.
+        QTRY_COMPARE(ringing, QVector<bool>({ true, false }));
+        QCOMPARE(column(2), QStringList({ pendingText, pendingText }));
     }
 
     void storedSwitchIsShown_data()
@@ -303,7 +343,7 @@ private slots:
     void highlightStaysTransparent()
     {
         ring();
-        // Nothing has called for it yet.
+        // An alert alone does not set the style.
         QCOMPARE(group()->styleSheet(), QString());
         for (int phase = 0; phase < 3; ++phase) {
             m_window->toggleAlertHighlight();
@@ -312,7 +352,7 @@ private slots:
     }
 
 private:
-    // An alert puts the window on top of the others this often; it is on the screen if it does at all.
+    // Rings, and checks how many times this raises the window. With zero times the window stays hidden.
     void checkRaises(int times) const
     {
         int raises = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The form of the main window, as the window comes out of its constructor.
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 #include "support/literals.h"
 #include "support/markingtranslator.h"
 #include "support/windowtest.h"
@@ -87,7 +87,7 @@ private slots:
 
     void layoutsHoldTheirItems()
     {
-        // Behind the widget's own name and size.
+        // mid(1) leaves out the first line, the name and size of the widget.
         const QStringList expected {
             "QVBoxLayout verticalLayout:"_s, "  QHBoxLayout horizontalLayout"_s,
             "  QGroupBox groupBox"_s,        "QHBoxLayout horizontalLayout:"_s,
@@ -95,7 +95,7 @@ private slots:
             "  48x20 Expanding Minimum"_s,   "QVBoxLayout verticalLayout_2:"_s,
             "  QTreeWidget treeWidget"_s,
         };
-        QCOMPARE(FormChecks::outline(*m_window->centralWidget()).mid(1), expected);
+        QCOMPARE(formOutline(*m_window->centralWidget()).mid(1), expected);
     }
 
     void layoutsHaveTheirSpacing()
@@ -204,7 +204,7 @@ private slots:
 
     void textsAreTranslatable()
     {
-        const ContextMarker marker("MainWinQorMonitor");
+        const MarkingTranslator marker("MainWinQorMonitor");
         restart();
         QCOMPARE(m_window->windowTitle(), "#QorMonitor"_s);
         QCOMPARE(action("actionExit")->text(), "#Beenden"_s);

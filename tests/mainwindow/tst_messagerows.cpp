@@ -144,12 +144,12 @@ private slots:
         QFETCH(const Qt::Key, key);
         QVERIFY(fillAndActivate());
         const Browser browser;
-        // Not the row that is current without being selected,
+        // A row that is current but not selected opens nothing.
         messages()->setCurrentItem(messages()->topLevelItem(1), 0, QItemSelectionModel::NoUpdate);
         QVERIFY(messages()->selectedItems().isEmpty());
         QTest::keyClick(messages(), key);
         QVERIFY(browser.opened.isEmpty());
-        // and none while the key belongs to another widget.
+        // While another widget has the focus, the key opens nothing.
         messages()->setCurrentItem(messages()->topLevelItem(1));
         auto* logo = m_window->centralWidget()->findChild<QTextBrowser*>();
         logo->setFocus();

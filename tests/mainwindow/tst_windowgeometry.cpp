@@ -104,7 +104,7 @@ private:
     {
         QTimer::singleShot(0, m_window.get(), [&] {
             leave();
-            // No more than a loop that has been told to end gets to.
+            // Ends the loop if leave() has not. A loop that ends never gets here.
             QTimer::singleShot(50, m_window.get(), [] { QCoreApplication::exit(stillRunning); });
         });
         return QApplication::exec();

@@ -122,8 +122,8 @@ private:
 
     void send(QSslSocket* socket, const QByteArray& path, const HttpAnswer& answer)
     {
-        // The client ends the connection, unless that is what ends the body: one that is closed at once may
-        // look to it as lost before the answer, and then it asks again.
+        // Normally the client closes the connection. If the server closed it at once, the client might take
+        // it for lost and ask again. Only a body without a length must end with the connection.
         socket->setProperty("close", !answer.m_announced);
         socket->write(answer.head());
         if (answer.m_heldFrom >= 0) {

@@ -14,8 +14,8 @@ inline const auto disconnectedEntry = "state Getrennt"_s;
 inline const auto pendingEntry = "state Warte auf Verbindung ..."_s;
 inline const auto connectedEntry = "state Verbunden"_s;
 
-// Keeps the signals of a link, with their values, in the order in which the GUI thread is told of them. A spy
-// would be written to by the link thread, which emits the change to Pending.
+// Keeps the signals of a link, with their values, in the order in which they reach the GUI thread. A
+// QSignalSpy does not work here: the link thread emits the change to Pending and would write to the spy.
 class LinkJournal : public QObject {
 public:
     explicit LinkJournal(const QorInterface& link)

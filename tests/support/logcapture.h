@@ -33,7 +33,7 @@ private:
     static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
     QtMessageHandler m_previous;
-    // Not Qt's mutex: the thread sanitizer does not see the whole of that.
+    // Not a QMutex: the thread sanitizer does not see all of its locking and would report false races.
     mutable std::mutex m_mutex;
     QVector<Line> m_lines;
 };

@@ -6,15 +6,15 @@
 #include <QTranslator>
 
 // While it lives, translates everything of one context to the same with a "#" in front.
-class ContextMarker : public QTranslator {
+class MarkingTranslator : public QTranslator {
 public:
-    explicit ContextMarker(const char* context)
+    explicit MarkingTranslator(const char* context)
         : m_context(context)
     {
         QCoreApplication::installTranslator(this);
     }
-    ~ContextMarker() override { QCoreApplication::removeTranslator(this); }
-    Q_DISABLE_COPY_MOVE(ContextMarker)
+    ~MarkingTranslator() override { QCoreApplication::removeTranslator(this); }
+    Q_DISABLE_COPY_MOVE(MarkingTranslator)
 
     bool isEmpty() const override { return false; }
     QString translate(const char* context, const char* source, const char*, int) const override

@@ -24,13 +24,13 @@ public:
         QPointer<QDialog> dialog;
         QByteArray className;
         QString title;
-        // Only to be compared.
+        // May be gone: compare the pointer, but do not use it.
         const QWidget* parent = nullptr;
-        // What follows only message boxes have.
+        // The members below are set for message boxes only.
         QMessageBox::Icon icon = QMessageBox::NoIcon;
         QString text;
         QMessageBox::StandardButtons buttons = QMessageBox::NoButton;
-        // NoButton for none.
+        // NoButton when the box has no default button.
         QMessageBox::StandardButton defaultButton = QMessageBox::NoButton;
     };
     using Answer = std::function<void(QMessageBox*)>;

@@ -131,7 +131,8 @@ private:
     // "trigger <action>", "click <button>" or "enter <field> <text>".
     static QByteArray work(QObject* object, const QList<QByteArray>& words)
     {
-        // Only after the answer: it may be long until a dialog lets go of the program.
+        // Started after the answer is sent, because an action may open a dialog and return only when that is
+        // closed.
         if (auto* action = qobject_cast<QAction*>(object); action && words.first() == "trigger")
             QTimer::singleShot(0, action, &QAction::trigger);
         else if (auto* button = qobject_cast<QPushButton*>(object); button && words.first() == "click")

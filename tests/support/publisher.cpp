@@ -7,7 +7,7 @@ Publisher::Publisher(const QByteArray& address)
     : m_socket(m_context, zmq::socket_type::xpub)
 {
     m_socket.set(zmq::sockopt::linger, 0);
-    // A subscriber is noticed although the one before it has not gone yet.
+    // Reports every subscriber, even while an earlier one is still connected.
     m_socket.set(zmq::sockopt::xpub_verboser, 1);
     m_socket.bind("tcp://" + address.toStdString() + ":*");
     const std::string endpoint = m_socket.get(zmq::sockopt::last_endpoint);

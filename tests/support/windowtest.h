@@ -45,13 +45,13 @@ protected:
     QGroupBox* group() const;
     QAction* action(const char* name) const { return m_window->findChild<QAction*>(QLatin1String(name)); }
     DlgDeviceManager* deviceManager() const;
-    // The window's own: it has no parent.
+    // The update dialog of the window, found among all top-level windows because it has no parent.
     static DlgCheckForUpdates* updateDialog();
 
     bool rings() const;
-    // What any unit does that has something to tell.
+    // Emits the signal that makes the window look at the alert flags of all units.
     void raiseAlert() const { emit units().alertChanged(); }
-    // An alert that rings, because of a unit that is not monitored.
+    // Adds a unit that is not monitored, whose alert flag is therefore set, and raises an alert.
     void ring() const;
     void acknowledge() const { action("actionAcknowledgeWarnings")->trigger(); }
 

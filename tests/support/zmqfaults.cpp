@@ -21,7 +21,7 @@ using zmqfaults::Call;
 constexpr size_t callKinds = 8;
 
 struct {
-    // Not Qt's mutex: the thread sanitizer does not see the whole of that.
+    // Not a QMutex: the thread sanitizer does not see all of its locking and would report false races.
     std::mutex mutex;
     std::array<int, callKinds> counts {};
     std::array<int, callKinds> errors {};
@@ -128,7 +128,7 @@ QVector<qint64> receiveGaps()
 
 } // namespace zmqfaults
 
-// The program's own references are bound to these before the library's.
+// The program calls these functions, because the linker finds them before those of the library.
 extern "C" {
 
 void* zmq_ctx_new()
@@ -187,7 +187,7 @@ int zmq_disconnect(void* socket, const char* endpoint)
 int zmq_close(void* socket)
 {
     {
-        // Its place may be taken by a socket that is no link's.
+        // The next socket at this address may not belong to a link.
         const std::lock_guard lock(book.mutex);
         book.subscribers.removeAll(socket);
     }

@@ -4,10 +4,9 @@
 #include <QByteArray>
 #include <QVector>
 
-// Stands between the program under test and the ZeroMQ library: counts and keeps the calls that a link
-// makes, with every option that it sets, and has the next of a kind fail. What a link does not do, as a
-// publisher's blocking receive or the options of its socket, goes straight through. May be used from any
-// thread.
+// Stands between the program under test and the ZeroMQ library. Counts and keeps the calls of a link and
+// every option that it sets, and can make the next call of a kind fail. Calls that only a publisher makes go
+// straight to the library: its blocking receive and the options of its socket. May be used from any thread.
 namespace zmqfaults {
 
 enum class Call { NewContext, NewSocket, Subscribe, Connect, Disconnect, CloseSocket, InitMessage, Receive };

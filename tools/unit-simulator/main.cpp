@@ -14,7 +14,7 @@ constexpr int inputErrorCode = 2;
 
 void say(const QString& line)
 {
-    // Whoever reads the lines waits for them.
+    // std::endl, not a line break: a test or script waits for each line.
     std::cout << line.toStdString() << std::endl;
 }
 
@@ -71,7 +71,7 @@ Scenario readArguments(bool& stay)
     return scenario;
 }
 
-// A mistake in a scenario is better found now than in front of an audience.
+// Tries all commands once, so that a mistake in a scenario is found at the start and not in the middle.
 void rehearse(const Scenario& scenario)
 {
     Simulator rehearsal(scenario);
@@ -88,7 +88,7 @@ void processInput(Simulator& simulator, const QString& line)
         say(simulator.execute(line));
 }
 
-// Nothing but a line wakes the thread that reads: it is left behind when the program ends.
+// Only a line of input wakes the reading thread. So it cannot be joined, and the program ends without it.
 void readInput(Simulator& simulator, bool stay)
 {
     std::thread([&simulator, stay] {
@@ -128,6 +128,6 @@ int main(int argc, char* argv[])
     } catch (const InputError& error) {
         std::cerr << "unit-simulator: " << error.what() << std::endl;
     }
-    // The thread that reads may still post to the application, so the process ends around both.
+    // The reading thread may still post to the application, so the process ends without destroying either.
     std::_Exit(code);
 }

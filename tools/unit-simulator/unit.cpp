@@ -112,7 +112,7 @@ QByteArrayList Unit::texts() const
         return { status.chopped(1) };
     if (m_garbageKind == unknownCommand)
         return { report(QStringLiteral("Unknown"), {}) };
-    // Spaces at its end leave it a good report.
+    // With spaces at the end the JSON stays valid, so only the length is wrong.
     if (m_garbageKind == tooLong)
         return { status.leftJustified(tooLongBytes, ' ') };
     return { report(QStringLiteral("VersionInfo"), m_version), status };

@@ -6,8 +6,8 @@
 #include <QJsonObject>
 #include <QStringList>
 
-// What one unit says of itself: a plain value that knows no clock and no network. What throws throws
-// InputError, and then nothing has changed.
+// What one unit says of itself: a plain value without a clock and without a network. A function that throws
+// throws InputError and has changed nothing.
 class Unit {
 public:
     explicit Unit(QString name);

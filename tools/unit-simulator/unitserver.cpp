@@ -9,7 +9,8 @@
 
 #include <zmq.hpp>
 
-// With a context of its own: its end waits until ZeroMQ has given the port back, so the next one can have it.
+// Each has its own ZeroMQ context. The end of the context waits until ZeroMQ has closed the port, so that the
+// port can be opened again at once.
 struct UnitServer::Ports {
     zmq::context_t context;
     zmq::socket_t publisher { context, zmq::socket_type::pub };
@@ -34,7 +35,7 @@ void UnitServer::open()
     auto ports = std::make_unique<Ports>();
     const QString zmqEndpoint = endpoint(m_settings.zmqPort);
     try {
-        // As from a unit that loses its power, what is still to be sent is lost.
+        // Unsent reports are lost, as with a unit that loses its power.
         ports->publisher.set(zmq::sockopt::linger, 0);
         ports->publisher.set(zmq::sockopt::ipv6, zmqEndpoint.startsWith(QLatin1Char('[')));
         ports->publisher.bind("tcp://" + zmqEndpoint.toStdString());

@@ -31,13 +31,12 @@ public:
 
     // Opens both ports and begins to report. Throws InputError, and then nothing is open.
     void open();
-    // Closes both ports, forgets the warnings and speaks reports again when the same ports are open again.
+    // Closes both ports for this time and forgets the warnings. Then opens the same ports and reports again.
     void restart(int downMs);
-    // Publishes what the unit has to say now instead of at the end of the interval. Nobody hears it while the
-    // unit is down.
+    // Publishes the reports of the unit now, not at the end of the interval. Does nothing while it is down.
     void report();
 
-    // Whoever changes it calls report().
+    // Call report() after a change, so that it is published at once.
     Unit& unit() { return m_unit; }
     QString key() const { return m_settings.key; }
     quint16 zmqPort() const { return m_settings.zmqPort; }

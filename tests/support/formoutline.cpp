@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/formchecks.h"
+#include "support/formoutline.h"
 
 #include "support/literals.h"
 
@@ -82,7 +82,7 @@ void describe(const QLayout* layout, QStringList* lines)
 
 } // namespace
 
-QStringList FormChecks::outline(const QWidget& form)
+QStringList formOutline(const QWidget& form)
 {
     QStringList lines { "%1 %2x%3 \"%4\""_s.arg(form.objectName())
                             .arg(form.width())

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QStringList>
+
+class QWidget;
+
+// The outline of a form, which tests compare with a list: the dialog's name, size and title, then its layouts
+// in depth-first order, each as its class and name, followed by what it holds. A spacer is given by its size
+// and policies, a widget by its class, its name and its text or title.
+QStringList formOutline(const QWidget& form);
