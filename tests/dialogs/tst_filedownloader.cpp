@@ -79,7 +79,7 @@ class TestFileDownloader : public QObject {
     Q_OBJECT
 
 private slots:
-    // The first function: a transfer has Qt register the type, too.
+    // By Qt's manager, too, so that this holds whichever of the two comes first.
     void errorListTravelsInQueuedSignals()
     {
         const FileDownloader downloader(nullptr);
