@@ -12,11 +12,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
-
-using Preparation = std::function<void(QorInterface&, Publisher&)>;
-Q_DECLARE_METATYPE(Preparation)
 
 namespace {
 
@@ -333,28 +329,28 @@ private slots:
 
     void destructionDisconnects_data()
     {
-        QTest::addColumn<Preparation>("prepare");
-        QTest::newRow("connected") << Preparation([](QorInterface& link, Publisher& publisher) {
-            const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
-            publisher.send(statusReport());
-            QTRY_COMPARE(received.count(), 1);
-        });
-        QTest::newRow("pending") << Preparation(
-            [](const QorInterface& link, Publisher&) { QTRY_COMPARE(link.state(), QorInterface::Pending); });
+        QTest::addColumn<QByteArrayList>("sent");
+        QTest::addColumn<QorInterface::State>("state");
+        QTest::newRow("pending") << QByteArrayList() << QorInterface::Pending;
+        QTest::newRow("connected") << QByteArrayList { statusReport() } << QorInterface::Connected;
     }
 
     void destructionDisconnects()
     {
-        QFETCH(const Preparation, prepare);
-        Publisher publisher;
+        QFETCH(const QByteArrayList, sent);
+        QFETCH(const QorInterface::State, state);
+        LinkedUnit unit;
         auto link = std::make_unique<QorInterface>();
-        QVERIFY(connectTo(*link, publisher));
-        prepare(*link, publisher);
+        link->setDevice(unit.device);
+        QVERIFY(connectTo(*link, unit.publisher));
+        for (const QByteArray& text : sent)
+            unit.publisher.send(text);
+        QTRY_COMPARE(link->state(), state);
         const LinkJournal journal(*link);
         const LogCapture log;
         link.reset();
         QCOMPARE(journal.entries, QStringList({ disconnectedEntry, "host "_s, "address "_s }));
-        QVERIFY(publisher.waitForUnsubscriber());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
         QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
         QCOMPARE(log.count(QtDebugMsg, endLine), 1);
     }
