@@ -6,6 +6,7 @@
 #include "support/eventwatch.h"
 #include "support/messageboxes.h"
 #include "support/publisher.h"
+#include "support/soundplays.h"
 #include "support/units.h"
 #include "support/windowtest.h"
 
@@ -13,20 +14,11 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QSound>
-#include <QSoundEffect>
 #include <QtTest>
 
 namespace {
 const auto soundKey = "UseAudio"_s;
-int plays = 0;
 } // namespace
-
-// Takes the place of Qt's, which tells nobody whether it starts a sound or plays a ringing one anew.
-void QSound::play()
-{
-    ++plays;
-    findChild<QSoundEffect*>()->play();
-}
 
 class TestAlerts : public WindowTest {
     Q_OBJECT
@@ -70,13 +62,13 @@ private slots:
 
     void secondAlertDoesNotRestart()
     {
-        const int before = plays;
+        const int before = soundPlays();
         ring();
         QVERIFY(rings());
-        QCOMPARE(plays, before + 1);
+        QCOMPARE(soundPlays(), before + 1);
         raiseAlert();
         QVERIFY(rings());
-        QCOMPARE(plays, before + 1);
+        QCOMPARE(soundPlays(), before + 1);
     }
 
     void lastFlagGoneSilences()
