@@ -5,6 +5,7 @@
 #include "dialogs/dlgdevicemanager.h"
 #include "support/eventwatch.h"
 #include "support/messageboxes.h"
+#include "support/platform.h"
 #include "support/publisher.h"
 #include "support/soundplays.h"
 #include "support/units.h"
@@ -273,7 +274,9 @@ private slots:
             // What a program that dies now leaves behind.
             QFile file(m_store.filePath());
             QVERIFY(file.open(QIODevice::ReadOnly));
-            QVERIFY(file.readAll().split('\n').contains(on ? "UseAudio=true" : "UseAudio=false"));
+            QVERIFY(Platform::withLineFeeds(file.readAll())
+                        .split('\n')
+                        .contains(on ? "UseAudio=true" : "UseAudio=false"));
             restart();
             QCOMPARE(action("actionUseAudio")->isChecked(), on);
         }

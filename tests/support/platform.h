@@ -18,6 +18,17 @@ bool serverNamesAreFiles();
 // Whether a server has this name, or what was left of it.
 bool isServerName(const QString& folder, const QString& name);
 
+// Whether a QSslSocket can be the server of a connection.
+bool servesEncrypted();
+
+// Whether there is the file /dev/full, which can be written to but keeps nothing.
+bool hasFullDisk();
+// How the system says that a file's folder is missing, and that a file is one.
+QString noSuchFolder();
+QString isAFolder();
+// Whether the update check asks the system for proxies, and no others.
+bool asksSystemForProxies();
+
 // Where the real program keeps its settings for a user with this folder.
 QString programStore(const QString& folder);
 QSettings::Format programStoreFormat();
