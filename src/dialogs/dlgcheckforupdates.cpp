@@ -62,7 +62,9 @@ DlgCheckForUpdates::~DlgCheckForUpdates() = default;
 void DlgCheckForUpdates::addServerUrl(const QString& url)
 {
     m_serverUrls.append(url);
-    m_proxies.lookUp(QUrl(m_serverUrls.first()));
+    // Only the first one is asked, and each search that ends would load its description again.
+    if (m_serverUrls.size() == 1)
+        m_proxies.lookUp(QUrl(url));
 }
 
 void DlgCheckForUpdates::checkForUpdates(bool interactive)

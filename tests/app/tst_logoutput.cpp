@@ -4,6 +4,7 @@
 #include "app/logoutput.h"
 
 #include "support/literals.h"
+#include "support/platform.h"
 
 #include <QCommandLineParser>
 #include <QTime>
@@ -156,7 +157,8 @@ Output run(const char* arguments)
     process.start(QCoreApplication::applicationFilePath(), QStringList { "--child"_s } + words(arguments));
     if (!process.waitForFinished(20000))
         return {};
-    return { process.readAllStandardOutput(), process.readAllStandardError(), process.exitStatus(),
+    return { Platform::withLineFeeds(process.readAllStandardOutput()),
+             Platform::withLineFeeds(process.readAllStandardError()), process.exitStatus(),
              process.exitCode() };
 }
 

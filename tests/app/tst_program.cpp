@@ -6,14 +6,12 @@
 #include "support/monitorprocess.h"
 #include "support/publisher.h"
 
-#include <QFileInfo>
-#include <QSettings>
 #include <QtTest>
 
 namespace {
 
 // What the system makes of the exit code -1.
-constexpr int exceptionCode = 255;
+const int exceptionCode = Platform::reportedExitCode(-1);
 // The one port that a link refuses to connect to, by an exception.
 constexpr int refusedPort = -5;
 // Nobody has to listen there.
@@ -25,7 +23,7 @@ const auto exceptionEnd = "\nmain: Error, exception caught!\nmain: exit -1\n"_s;
 
 bool hasGeometry(const MonitorHome& home)
 {
-    return QSettings(home.storePath(), QSettings::IniFormat).contains("geometry"_s);
+    return home.setting("geometry"_s).isValid();
 }
 
 } // namespace
@@ -197,7 +195,7 @@ private:
         QCOMPARE(monitor.waitForExitCode(), exceptionCode);
         QVERIFY2(monitor.log().endsWith(exceptionEnd), qPrintable(monitor.log()));
         // The name is free for the next start.
-        QVERIFY(!QFileInfo::exists(home.socketPath()));
+        QVERIFY(!home.hasInstanceName());
     }
 };
 

@@ -3,6 +3,8 @@
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "support/managedwindow.h"
+#include "support/messageboxes.h"
+#include "support/platform.h"
 #include "support/teststore.h"
 #include "support/units.h"
 
@@ -224,7 +226,7 @@ private slots:
         // What a program that dies now leaves behind.
         QFile file(m_store.filePath());
         QVERIFY(file.open(QIODevice::ReadOnly));
-        const QList<QByteArray> lines = file.readAll().split('\n');
+        const QList<QByteArray> lines = Platform::withLineFeeds(file.readAll()).split('\n');
         for (const char* line : { "[Device0]", "Host=127.0.0.1", "ZmqPort=5566" })
             QVERIFY2(lines.contains(line), line);
     }

@@ -5,6 +5,7 @@
 #include "dialogs/filedownloader.h"
 #include "support/certificates.h"
 #include "support/literals.h"
+#include "support/platform.h"
 #include "support/updatefixture.h"
 
 #include <QDir>
@@ -162,6 +163,8 @@ private slots:
     {
         const QSslConfiguration security = Certificates::selfSigned();
         QVERIFY(!security.isNull());
+        if (!Platform::servesEncrypted())
+            QSKIP("This system's TLS is no server.");
         UpdateFixture fixture(nullptr, security);
         fixture.publish("2");
         fixture.check(false);
@@ -178,14 +181,16 @@ private slots:
             = [](const char* name, const FolderAction& prepare, int size, const QString& reason,
                  const QStringList& left) { QTest::newRow(name) << prepare << size << reason << left; };
         row("folder is missing", [](const DownloadFolder& folder) { QVERIFY(QDir().rmdir(folder.path())); },
-            9, "No such file or directory"_s, {});
+            9, Platform::noSuchFolder(), {});
         // Cannot be opened for writing by anybody, the superuser included.
         row("name is a folder",
             [](const DownloadFolder& folder) { QVERIFY(QDir().mkdir(folder.filePath("setup.exe"_s))); }, 9,
-            "Is a directory"_s, { "setup.exe"_s });
+            Platform::isAFolder(), { "setup.exe"_s });
         const auto fillDisk = [](const DownloadFolder& folder) {
             QVERIFY(QFile::link("/dev/full"_s, folder.filePath("setup.exe"_s)));
         };
+        if (!Platform::hasFullDisk())
+            return;
         row("disk is full", fillDisk, 1000000, "No space left on device"_s, {});
         row("disk is full for what was buffered", fillDisk, 100, "No space left on device"_s, {});
     }
@@ -202,11 +207,13 @@ private slots:
         compareSaveError(fixture, reason);
         QCOMPARE(fixture.folder.entries(), left);
         // The link was removed, but not its target.
-        QVERIFY(QFile::exists("/dev/full"_s));
+        QCOMPARE(QFile::exists("/dev/full"_s), Platform::hasFullDisk());
     }
 
     void fileThatIsNotBegunStays()
     {
+        if (!Platform::hasFullDisk())
+            QSKIP("Has no /bin/sleep.");
         UpdateFixture fixture;
         // A running program cannot be opened for writing by anybody, the superuser included.
         const QString older = fixture.folder.filePath("setup.exe"_s);

@@ -5,7 +5,9 @@
 #include "dialogs/dlgdevicemanager.h"
 #include "support/eventwatch.h"
 #include "support/messageboxes.h"
+#include "support/platform.h"
 #include "support/publisher.h"
+#include "support/soundplays.h"
 #include "support/units.h"
 #include "support/windowtest.h"
 
@@ -13,20 +15,11 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QSound>
-#include <QSoundEffect>
 #include <QtTest>
 
 namespace {
 const auto soundKey = "UseAudio"_s;
-int plays = 0;
 } // namespace
-
-// Replaces the function of Qt, which does not show whether it starts a sound or restarts a ringing one.
-void QSound::play()
-{
-    ++plays;
-    findChild<QSoundEffect*>()->play();
-}
 
 class TestAlerts : public WindowTest {
     Q_OBJECT
@@ -70,13 +63,13 @@ private slots:
 
     void secondAlertDoesNotRestart()
     {
-        const int before = plays;
+        const int before = soundPlays();
         ring();
         QVERIFY(rings());
-        QCOMPARE(plays, before + 1);
+        QCOMPARE(soundPlays(), before + 1);
         raiseAlert();
         QVERIFY(rings());
-        QCOMPARE(plays, before + 1);
+        QCOMPARE(soundPlays(), before + 1);
     }
 
     void lastFlagGoneSilences()
@@ -317,7 +310,9 @@ private slots:
             // What a program that dies now leaves behind.
             QFile file(m_store.filePath());
             QVERIFY(file.open(QIODevice::ReadOnly));
-            QVERIFY(file.readAll().split('\n').contains(on ? "UseAudio=true" : "UseAudio=false"));
+            QVERIFY(Platform::withLineFeeds(file.readAll())
+                        .split('\n')
+                        .contains(on ? "UseAudio=true" : "UseAudio=false"));
             restart();
             QCOMPARE(action("actionUseAudio")->isChecked(), on);
         }

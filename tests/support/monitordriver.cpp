@@ -4,18 +4,21 @@
 // line on standard output.
 #include <QAction>
 #include <QApplication>
+#include <QCoreApplication>
 #include <QFile>
 #include <QGenericPlugin>
 #include <QIcon>
 #include <QImage>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSocketNotifier>
 #include <QTimer>
 #include <QTreeWidget>
 #include <QWidget>
 
 #include <cstdio>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 namespace {
 
@@ -78,19 +81,44 @@ class MonitorDriver : public QObject {
 public:
     MonitorDriver()
     {
-        m_orders.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered);
         m_answers.open(stdout, QIODevice::WriteOnly);
-        connect(&m_notifier, &QSocketNotifier::activated, this, &MonitorDriver::processOrder);
+        // Not every system can watch a pipe, so a thread waits for the orders. It cannot be woken up and may
+        // be left behind by this object.
+        std::thread(readOrders, m_reader).detach();
     }
 
-private:
-    void processOrder()
+    ~MonitorDriver() override
     {
-        const QByteArray order = m_orders.readLine().trimmed();
-        if (order.isEmpty())
-            m_notifier.setEnabled(false);
-        else
-            answer(carryOut(order));
+        const std::lock_guard lock(m_reader->mutex);
+        m_reader->driver = nullptr;
+    }
+    Q_DISABLE_COPY_MOVE(MonitorDriver)
+
+private:
+    struct Reader {
+        explicit Reader(MonitorDriver* owner)
+            : driver(owner)
+        {
+        }
+
+        std::mutex mutex;
+        MonitorDriver* driver;
+    };
+
+    static void readOrders(const std::shared_ptr<Reader>& reader)
+    {
+        // By its number: a stream's lock, held by a thread that waits, could hold up the end of the program.
+        QFile orders;
+        orders.open(0, QIODevice::ReadOnly | QIODevice::Unbuffered);
+        for (;;) {
+            const QByteArray order = orders.readLine().trimmed();
+            const std::lock_guard lock(reader->mutex);
+            if (order.isEmpty() || !reader->driver)
+                return;
+            QMetaObject::invokeMethod(
+                reader->driver, [driver = reader->driver, order] { driver->answer(driver->carryOut(order)); },
+                Qt::QueuedConnection);
+        }
     }
 
     void answer(const QByteArray& text)
@@ -144,9 +172,8 @@ private:
         return "done";
     }
 
-    QFile m_orders;
     QFile m_answers;
-    QSocketNotifier m_notifier { 0, QSocketNotifier::Read };
+    const std::shared_ptr<Reader> m_reader = std::make_shared<Reader>(this);
 };
 
 class MonitorDriverPlugin : public QGenericPlugin {

@@ -5,23 +5,36 @@
 #include <QSettings>
 #include <QTest>
 
+QVariant MonitorHome::setting(const QString& key) const
+{
+    return QSettings(Platform::programStore(path()), Platform::programStoreFormat()).value(key);
+}
+
+void MonitorHome::writeSetting(const QString& key, const QVariant& value) const
+{
+    QSettings(Platform::programStore(path()), Platform::programStoreFormat()).setValue(key, value);
+}
+
+bool MonitorHome::hasInstanceName() const
+{
+    return Platform::isServerName(path(), QStringLiteral("qor-monitor"));
+}
+
 void MonitorHome::writeUnit(int index, int zmqPort, bool monitored) const
 {
-    QSettings store(storePath(), QSettings::IniFormat);
-    store.setValue(QStringLiteral("AutoCheckUpdates"), false);
-    store.beginGroup(QStringLiteral("Device%1").arg(index));
-    store.setValue(QStringLiteral("Host"), QStringLiteral("127.0.0.1"));
-    store.setValue(QStringLiteral("ZmqPort"), zmqPort);
-    store.setValue(QStringLiteral("WebPort"), 80);
-    store.setValue(QStringLiteral("WebScheme"), QStringLiteral("http"));
-    store.setValue(QStringLiteral("Monitored"), monitored);
+    const QString group = QStringLiteral("Device%1/").arg(index);
+    writeSetting(group + QStringLiteral("Host"), QStringLiteral("127.0.0.1"));
+    writeSetting(group + QStringLiteral("ZmqPort"), zmqPort);
+    writeSetting(group + QStringLiteral("WebPort"), 80);
+    writeSetting(group + QStringLiteral("WebScheme"), QStringLiteral("http"));
+    writeSetting(group + QStringLiteral("Monitored"), monitored);
 }
 
 MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& arguments,
                                const QString& messagePattern)
 {
     // No test asks the update server.
-    QSettings(home.storePath(), QSettings::IniFormat).setValue(QStringLiteral("AutoCheckUpdates"), false);
+    home.writeSetting(QStringLiteral("AutoCheckUpdates"), false);
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
@@ -32,7 +45,7 @@ MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& argum
     environment.remove(patternVariable);
     if (!messagePattern.isEmpty())
         environment.insert(patternVariable, messagePattern);
-    for (const auto& variable : { "HOME", "TMPDIR", "XDG_RUNTIME_DIR" })
+    for (const auto& variable : { "HOME", "TMPDIR", "XDG_RUNTIME_DIR", "TMP", "TEMP" })
         environment.insert(QLatin1String(variable), home.path());
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path(QStringLiteral("config")));
     m_process.setProcessEnvironment(environment);
@@ -57,7 +70,7 @@ int MonitorProcess::waitForExitCode()
 QString MonitorProcess::log()
 {
     m_log += m_process.readAllStandardError();
-    return QString::fromUtf8(m_log);
+    return QString::fromUtf8(Platform::withLineFeeds(m_log));
 }
 
 bool MonitorProcess::waitForWindow()

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "support/platform.h"
+
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -8,9 +10,13 @@
 // The folder that monitors see as their user's: settings, temporary files and with them the instance name.
 class MonitorHome {
 public:
+    MonitorHome() { Platform::clearProgramStore(); }
+
     QString path(const QString& name = {}) const { return m_directory.filePath(name); }
-    QString storePath() const { return path(QStringLiteral("config/Varko/QorMonitor.conf")); }
-    QString socketPath() const { return path(QStringLiteral("qor-monitor")); }
+    QVariant setting(const QString& key) const;
+    void writeSetting(const QString& key, const QVariant& value) const;
+    // Whether a monitor has the instance name, or what one has left of it.
+    bool hasInstanceName() const;
     // Writes the group "Device<index>" of a unit on the loopback address.
     void writeUnit(int index, int zmqPort, bool monitored = true) const;
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "support/zmqfaults.h"
 
+#include "support/zmqlibrary.h"
+
 #include <QThread>
 
 #include <zmq.h>
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <array>
@@ -53,7 +53,7 @@ bool admit(Call call, void* socket = nullptr, const char* endpoint = nullptr)
 // The library's own function of the given name, behind the one of this program.
 template <typename Function> Function* original(const char* name)
 {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+    return reinterpret_cast<Function*>(zmqLibraryFunction(name));
 }
 
 } // namespace

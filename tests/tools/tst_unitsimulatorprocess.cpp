@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/literals.h"
+#include "support/platform.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -58,7 +59,7 @@ private slots:
     {
         start("--help");
         QCOMPARE(exitCode(), 0);
-        const QByteArray help = m_process.readAllStandardOutput();
+        const QByteArray help = Platform::withLineFeeds(m_process.readAllStandardOutput());
         for (const char* part :
              { "--unit", "--scenario", "--stay", "Exit codes", "  warn UNIT TEXT\n",
                "  clear UNIT all|TEXT\n", "  silence UNIT\n", "  speak UNIT\n", "  garbage UNIT KIND\n",
