@@ -7,7 +7,7 @@ get_target_property(QORMONITOR_QMAKE Qt5::qmake IMPORTED_LOCATION)
 execute_process(COMMAND ${QORMONITOR_QMAKE} -query QT_INSTALL_TRANSLATIONS
   OUTPUT_VARIABLE QORMONITOR_QT_TRANSLATIONS OUTPUT_STRIP_TRAILING_WHITESPACE
   COMMAND_ERROR_IS_FATAL ANY)
-find_program(QORMONITOR_LCONVERT NAMES lconvert REQUIRED HINTS /usr/lib/qt5/bin)
+find_program(QORMONITOR_LCONVERT NAMES lconvert lconvert-qt5 REQUIRED HINTS /usr/lib/qt5/bin)
 # They are the same for every system, so a build for another one takes those of this machine.
 find_path(QORMONITOR_QT_CATALOGUES qtbase_de.qm REQUIRED NO_CMAKE_FIND_ROOT_PATH
   PATHS ${QORMONITOR_QT_TRANSLATIONS} /usr/share/qt5/translations)

@@ -112,10 +112,12 @@ FunctionEnd
 
 ; Leaves everything as it was. An unfinished change of the helper stays, so that the next setup can undo it.
 Function ${UN}CleanUp
+  SetDetailsPrint none
   SetOutPath "$TEMP"
   RMDir /r "$INSTDIR\.setup\new"
   RMDir "$INSTDIR\.setup"
   RMDir "$INSTDIR"
+  SetDetailsPrint both
   ${If} $monitorEnded == "yes"
     StrCpy $monitorEnded ""
     Call ${UN}StartMonitor
@@ -326,4 +328,15 @@ FunctionEnd
 
 Function un.onUninstFailed
   Call un.CleanUp
+FunctionEnd
+
+; NSIS asks Windows to remove the copy that the uninstaller works from with the next start, which Windows grants
+; to administrators alone. So an unseen command prompt does it, as soon as that copy has ended.
+Function un.onUninstSuccess
+  ${GetFileName} "$EXEDIR" $0
+  StrCpy $0 $0 4
+  ${If} $0 == "~nsu"
+    SetOutPath "$TEMP"
+    ExecShell "open" "$SYSDIR\cmd.exe" '/c for /l %i in (1,1,10) do (ping -n 2 127.0.0.1 >nul & rd /s /q "$EXEDIR")' SW_HIDE
+  ${EndIf}
 FunctionEnd
