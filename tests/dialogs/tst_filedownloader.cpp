@@ -11,6 +11,8 @@
 #include <QSslCertificate>
 #include <QtTest>
 
+#include <utility>
+
 #include <algorithm>
 
 namespace {
@@ -51,8 +53,8 @@ void finishSecond(Downloader& downloader)
 // Ends without an error, however much it has announced.
 class EndedReply : public QNetworkReply {
 public:
-    EndedReply(int announced, const QByteArray& data)
-        : m_rest(data)
+    EndedReply(int announced, QByteArray data)
+        : m_rest(std::move(data))
     {
         setHeader(QNetworkRequest::ContentLengthHeader, announced);
         open(QIODevice::ReadOnly);

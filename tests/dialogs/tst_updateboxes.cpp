@@ -46,7 +46,7 @@ void clickWhileLoading(UpdateFixture& fixture, QPushButton* button)
 {
     auto* timer = new QTimer(fixture.dialog.get());
     QObject::connect(timer, &QTimer::timeout, button, [&fixture, timer, button] {
-        if (fixture.monitor()->isHidden())
+        if (fixture.monitor()->isHidden() || fixture.server.requestCount("setup.exe") == 0)
             return;
         timer->stop();
         button->click();

@@ -23,7 +23,7 @@ void confirm(QMessageBox* box)
 }
 
 // What the program does with its update dialog, in a process of its own.
-int runAsProgram(int argc, char* argv[])
+int runAsProgram(int argc, char** argv)
 {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
