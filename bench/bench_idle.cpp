@@ -49,6 +49,7 @@ double measureBareLoops(int port)
 {
     std::atomic<bool> stop { false };
     std::vector<std::thread> threads;
+    threads.reserve(links);
     for (int i = 0; i < links; ++i)
         threads.emplace_back([port, &stop] { bareLoop(port, stop); });
     const double result = measureRound();
