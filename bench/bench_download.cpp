@@ -21,7 +21,7 @@ constexpr int timeoutMs = 120000;
 int serve()
 {
     HttpServer server;
-    server.setAnswer("setup.exe", { QByteArray(installerSize, 'x') });
+    server.setAnswer("setup.exe", HttpAnswer::ok(QByteArray(installerSize, 'x')));
     std::puts(qPrintable(server.url("setup.exe"_s).toString()));
     std::fflush(stdout);
     // Until the parent closes its end.
