@@ -11,9 +11,12 @@ namespace {
 // grows.
 int& scaled(int& argc)
 {
+#ifdef Q_OS_WIN
+    // Elsewhere the desktop scales, and an X server's own idea of its resolution would make odd sizes.
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+#endif
     return argc;
 }
 } // namespace

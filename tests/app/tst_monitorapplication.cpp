@@ -58,6 +58,7 @@ private slots:
         QCOMPARE(application().run(), 0);
     }
 
+#ifdef Q_OS_WIN
     void everythingScalesWithTheScreen()
     {
         QVERIFY(QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling));
@@ -65,6 +66,7 @@ private slots:
         QCOMPARE(QGuiApplication::highDpiScaleFactorRoundingPolicy(),
                  Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     }
+#endif
 
 private:
     static MonitorApplication& application() { return *static_cast<MonitorApplication*>(qApp); }
