@@ -69,7 +69,10 @@ private slots:
 #endif
 
 private:
-    static MonitorApplication& application() { return *static_cast<MonitorApplication*>(qApp); }
+    static MonitorApplication& application()
+    {
+        return *static_cast<MonitorApplication*>(qApp);
+    }
 
     // Runs the application, and lets an exception of this text pass.
     static void run(const QString& expected)
