@@ -46,10 +46,10 @@ private slots:
     {
         QSemaphore queued;
         LinkedUnit unit;
+        countTexts(unit.link, queued);
         QVERIFY(unit.monitor());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        countTexts(unit.link, queued);
         publish(unit.publisher);
         // No event is processed here, nor while the loop runs on for its grace time.
         QVERIFY(queued.tryAcquire(10, 5000));
@@ -147,10 +147,10 @@ private slots:
     {
         QSemaphore queued;
         LinkedUnit unit;
+        countTexts(unit.link, queued);
         QVERIFY(unit.monitor());
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
-        countTexts(unit.link, queued);
         publish(unit.publisher);
         // While the GUI thread is blocked, the other texts stay in the socket, whose queue is limited.
         QVERIFY(!queued.tryAcquire(100, 1000));
