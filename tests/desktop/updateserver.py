@@ -60,8 +60,12 @@ class UpdateServer:
         return context
 
     @property
+    def address(self):
+        return f"127.0.0.1:{self._server.server_port}"
+
+    @property
     def environment(self):
-        proxy = f"http://127.0.0.1:{self._server.server_port}"
+        proxy = f"http://{self.address}"
         return {"http_proxy": proxy, "https_proxy": proxy}
 
     def publish(self, name, data):
@@ -82,6 +86,9 @@ class UpdateServer:
 
 def _handler_for(server):
     class Handler(http.server.BaseHTTPRequestHandler):
+        # A connection stays open behind an answer, as with real servers.
+        protocol_version = "HTTP/1.1"
+
         def do_CONNECT(self):
             self.send_response(200)
             self.end_headers()

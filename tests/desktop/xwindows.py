@@ -84,10 +84,14 @@ class Desktop:
         window = self._window(title)
         return window.id if window else None
 
-    def tray_icon(self):
-        """Screen coordinates of the middle of the icon that the tray has embedded, or None."""
+    def tray_runs(self):
+        selection = self._display.intern_atom("_NET_SYSTEM_TRAY_S0")
+        return self._display.get_selection_owner(selection) != X.NONE
+
+    def tray_icon(self, owner="QorMonitor"):
+        """Screen coordinates of the middle of the owner's icon that the tray has embedded, or None."""
         for tray in self._find(self._root, lambda window: self._has_class(window, "trayer")):
-            for icon in self._find(tray, lambda window: self._has_class(window, "QorMonitor")):
+            for icon in self._find(tray, lambda window: self._has_class(window, owner)):
                 inside = icon.get_geometry()
                 if icon.get_attributes().map_state == X.IsViewable and inside.width > 4:
                     corner = self._root.translate_coords(icon, 0, 0)

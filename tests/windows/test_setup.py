@@ -1,28 +1,28 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 # SPDX-License-Identifier: MIT
 """Tries the setup under Wine, on a virtual display and in a Wine prefix of its own.
 
-Usage: packaging/windows/test-installer [--build FOLDER] [UNITTEST ARGUMENT...]
+Usage: tests/windows/test_setup.py [--build FOLDER] [UNITTEST ARGUMENT...]
   --build FOLDER  what scripts/build-windows has made; build/windows by default
 
 With QORMONITOR_SCREENSHOTS=FOLDER it leaves a picture there of every page that it clicks through.
 """
 import argparse
 import contextlib
-import os
 import pathlib
 import re
 import shutil
-import signal
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 from xml.etree import ElementTree
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-SETTINGS = r"HKEY_CURRENT_USER\Software\Varko\QorMonitor"
+# First, since it leads to the modules of the desktop tests.
+from winedesktop import BUILD, COMMAND_SECONDS, ROOT, SETTINGS, START_SECONDS, WineDesktop
+from processes import wait_until
+from updateserver import UpdateServer
+
 UNINSTALL = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Uninstall\QorMonitor"
 RUN = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Run"
 RUN_APPROVED = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Explorer\StartupApproved\Run"
@@ -37,18 +37,8 @@ UNINSTALLER = "Deinstallation"
 # As setup.nsi has them.
 CANCELLED, FAILED, IN_USE, OTHER_SETUP = 1, 2, 3, 5
 GRACE_SECONDS = 15
-START_SECONDS = 60
-SETUP_SECONDS = 90
 # Between a key and the next page.
 PAGE_SECONDS = 1.5
-
-
-def wait_until(condition, seconds, what):
-    end = time.monotonic() + seconds
-    while not condition():
-        if time.monotonic() > end:
-            raise AssertionError(f"gave up waiting for {what}")
-        time.sleep(0.1)
 
 
 def files_below(folder):
@@ -57,102 +47,6 @@ def files_below(folder):
 
 def output(*command, text=True):
     return subprocess.run(command, check=True, stdout=subprocess.PIPE, timeout=30, text=text).stdout
-
-
-class Desktop:
-    """A virtual display, and Wine with a prefix that knows nothing of the machine's user."""
-
-    def __init__(self):
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="qormonitor-setup-"))
-        self.prefix = self.directory / "prefix"
-        self.started = []
-        (self.directory / "home").mkdir()
-        self.env = {
-            "PATH": "/usr/bin:/bin",
-            "HOME": str(self.directory / "home"),
-            "LANG": "C.UTF-8",
-            "TMPDIR": str(self.directory),
-            "WINEPREFIX": str(self.prefix),
-            "WINEARCH": "win64",
-            "WINEDEBUG": "-all",
-            # No browser and no .NET, for which it would ask, and no entries in this machine's menus.
-            "WINEDLLOVERRIDES": "mshtml=d;mscoree=d;winemenubuilder.exe=d",
-        }
-
-    def start(self):
-        read_end, write_end = os.pipe()
-        self.run_beside(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
-                        pass_fds=(write_end,))
-        os.close(write_end)
-        with os.fdopen(read_end, encoding="ascii") as pipe:
-            self.env["DISPLAY"] = ":" + pipe.readline().strip()
-        self.run(["wineboot", "-i"], 120)
-        users = self.prefix / "drive_c/users"
-        self.user = next(path for path in users.iterdir() if path.name != "Public")
-        self.program_folder = rf"C:\users\{self.user.name}\AppData\Local\Programs\QorMonitor"
-        for face in ("MS Shell Dlg", "MS Shell Dlg 2", "Tahoma", "Segoe UI"):
-            self.wine(["reg", "add", r"HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontSubstitutes",
-                       "/v", face, "/d", "DejaVu Sans", "/f"])
-
-    def close(self):
-        # Ends the programs of this prefix alone.
-        subprocess.run(["wineserver", "-k"], env=self.env, timeout=30)
-        for process in reversed(self.started):
-            if process.poll() is None:
-                os.killpg(process.pid, signal.SIGTERM)
-            process.wait(30)
-        shutil.rmtree(self.directory)
-
-    def run(self, command, seconds):
-        return subprocess.run(command, env=self.env, timeout=seconds, stdin=subprocess.DEVNULL,
-                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=self.directory)
-
-    def run_beside(self, command, stdin=subprocess.DEVNULL, **options):
-        process = subprocess.Popen(command, env=self.env, stdin=stdin, stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL, start_new_session=True, cwd=self.directory, **options)
-        self.started.append(process)
-        return process
-
-    def wine(self, command, seconds=SETUP_SECONDS):
-        return self.run(["wine", *map(str, command)], seconds)
-
-    def registry(self):
-        """The values of the current user, as texts by key and name."""
-        export = self.directory / "export.reg"
-        self.wine(["regedit", "/E", f"Z:{export}", "HKEY_CURRENT_USER"])
-        # A long value goes on in the next line.
-        text = export.read_text("utf-16").replace("\\\n  ", "")
-        values = {}
-        for key, lines in re.findall(r"^\[(.+)\]\n((?:[^\n]+\n)*)", text, re.MULTILINE):
-            found = re.findall(r'^(?:@|"((?:[^"\\]|\\.)*)")=(.*)', lines, re.MULTILINE)
-            values[key] = {name: re.sub(r"\\(.)", r"\1", value) for name, value in found}
-        return values
-
-    def files(self):
-        """The files of the user, with size and time."""
-        # The lock of a monitor that is ended by force while it starts; the next one takes it over.
-        return {str(path.relative_to(self.user)): (path.stat().st_size, path.stat().st_mtime_ns)
-                for path in self.user.rglob("*") if path.is_file() and path.name != "qor-monitor.lock"}
-
-    def windows(self, title):
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", title], env=self.env,
-                               timeout=30, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        return found.stdout.split()
-
-    def wait_for_window(self, title, seconds=START_SECONDS):
-        wait_until(lambda: self.windows(title), seconds, f"the window {title}")
-        return self.windows(title)[-1]
-
-    def press(self, window, key):
-        subprocess.run(["xdotool", "key", "--window", window, key], env=self.env, timeout=30, check=True,
-                       stderr=subprocess.DEVNULL)
-
-    def screenshot(self, name):
-        if "QORMONITOR_SCREENSHOTS" in os.environ:
-            # What has just been asked for needs a moment to be drawn.
-            time.sleep(1)
-            picture = pathlib.Path(os.environ["QORMONITOR_SCREENSHOTS"]) / f"{name}.png"
-            subprocess.run(["import", "-window", "root", str(picture)], env=self.env, timeout=30, check=True)
 
 
 class SetupTest(unittest.TestCase):
@@ -176,14 +70,20 @@ class SetupTest(unittest.TestCase):
 
     def traces(self):
         """What the registry says of the program; the rest of it changes as Windows likes."""
-        return {(key, name): value for key, values in desktop.registry().items()
-                for name, value in {"": "", **values}.items() if TRACE.search(f"{key} {name} {value}")}
+        return {
+            (key, name): value
+            for key, values in desktop.registry().items()
+            for name, value in {"": "", **values}.items()
+            if TRACE.search(f"{key} {name} {value}")
+        }
 
     def state(self):
         return desktop.files(), self.traces()
 
     def assert_holds(self, folder):
-        self.assertEqual(files_below(self.folder), files_below(folder) | {"Uninstall.exe", "installed-files.txt"})
+        self.assertEqual(
+            files_below(self.folder), files_below(folder) | {"Uninstall.exe", "installed-files.txt"}
+        )
         for name in files_below(folder):
             self.assertEqual((self.folder / name).read_bytes(), (folder / name).read_bytes(), name)
 
@@ -196,15 +96,16 @@ class SetupTest(unittest.TestCase):
 
     def uninstall(self, *options):
         # The uninstaller starts a copy of itself and ends. One that has been copied can be waited for.
-        copy = desktop.directory / "uninstall.exe"
+        copy = desktop.folder / "uninstall.exe"
         shutil.copy(self.folder / "Uninstall.exe", copy)
         code = self.run_setup(f"Z:{copy}", *options, f"_?={desktop.program_folder}")
         copy.unlink()
         return code
 
     def start_monitor(self):
-        desktop.run_beside(["wine", self.program])
+        monitor = desktop.run("wine", self.program)
         desktop.wait_for_window(MONITOR)
+        return monitor
 
     def end_monitor(self):
         """Ends it from outside, which for the setup is no different from one that ends by itself."""
@@ -216,10 +117,13 @@ class SetupTest(unittest.TestCase):
     def held(self, name):
         """Something else than the monitor keeps an installed file open."""
         file = f"{desktop.program_folder}\\{name}"
-        shell = desktop.run_beside(["wine", "cmd", "/c", f"cmd /k 2>>{file}"], stdin=subprocess.PIPE)
+        shell = desktop.run("wine", "cmd", "/c", f"cmd /k 2>>{file}", stdin=subprocess.PIPE)
         try:
-            wait_until(lambda: desktop.wine([desktop.helper, "wait", file, "0"]).returncode == IN_USE,
-                       START_SECONDS, f"{name} to be held")
+            wait_until(
+                lambda: desktop.wine([desktop.helper, "wait", file, "0"]).returncode == IN_USE,
+                START_SECONDS,
+                f"{name} to be held",
+            )
             yield
         finally:
             shell.stdin.close()
@@ -231,16 +135,20 @@ class SetupTest(unittest.TestCase):
     def test_the_program_file_tells_what_it_is(self):
         program = desktop.files_folder / "QorMonitor.exe"
         self.assertIn("(Windows GUI)", output("x86_64-w64-mingw32-objdump", "-p", program))
-        icon = desktop.directory / "icon.ico"
+        icon = desktop.folder / "icon.ico"
         icon.write_bytes(output("wrestool", "-x", "-t", "group_icon", program, text=False))
         sizes = re.findall(r"--width=(\d+) --height=\1 --bit-depth=32", output("icotool", "-l", icon))
         self.assertEqual(sizes, ["16", "20", "24", "32", "40", "48", "64", "128", "256"])
-        version = output("wrestool", "-x", "--raw", "-t", "version", program, text=False).decode("utf-16-le", "replace")
+        version = output("wrestool", "-x", "--raw", "-t", "version", program, text=False).decode(
+            "utf-16-le", "replace"
+        )
         for text in ("Varko Anlagentechnik GmbH", "QorMonitor.exe", "© 2025"):
             self.assertIn(text, version)
         self.assertRegex(version, f"ProductVersion\0+{re.escape(desktop.version)}\0")
         manifest = output("wrestool", "-x", "--raw", "-t", MANIFEST_TYPE, program)
-        settings = {element.tag.rpartition("}")[2]: element for element in ElementTree.fromstring(manifest).iter()}
+        settings = {
+            element.tag.rpartition("}")[2]: element for element in ElementTree.fromstring(manifest).iter()
+        }
         self.assertEqual(settings["requestedExecutionLevel"].get("level"), "asInvoker")
         self.assertEqual(settings["dpiAwareness"].text, "PerMonitorV2, PerMonitor")
         self.assertEqual(settings["longPathAware"].text, "true")
@@ -249,14 +157,10 @@ class SetupTest(unittest.TestCase):
 
     def test_the_log_can_be_had_in_a_file(self):
         self.install(desktop.setup)
-        # Wine hides variables that begin with "QT_", unless it finds them here.
-        environment = ["HKCU\\Environment", "/v", "QT_FORCE_STDERR_LOGGING"]
-        desktop.wine(["reg", "add", *environment, "/d", "1", "/f"])
-        log = desktop.directory / "monitor.log"
-        desktop.run_beside(["wine", "cmd", "/c", f"{self.program} 2> monitor.log"])
+        log = desktop.folder / "monitor.log"
+        desktop.run("wine", "cmd", "/c", f"{self.program} 2> monitor.log")
         desktop.wait_for_window(MONITOR)
         self.end_monitor()
-        desktop.wine(["reg", "delete", *environment, "/f"])
         self.assertIn("QorMonitor - monitor for QORweb II units, by Varko\n", log.read_text())
 
     def test_a_silent_install_is_complete(self):
@@ -268,19 +172,24 @@ class SetupTest(unittest.TestCase):
         self.assertEqual(registry[RUN]["QorMonitor"], f'""{self.program}""')
         entry = registry[UNINSTALL]
         size = sum(path.stat().st_size for path in self.folder.rglob("*") if path.is_file())
-        self.assertAlmostEqual(int(entry.pop("EstimatedSize").removeprefix("dword:"), 16), size / 1024, delta=1000)
+        self.assertAlmostEqual(
+            int(entry.pop("EstimatedSize").removeprefix("dword:"), 16), size / 1024, delta=1000
+        )
         uninstaller = f'"{desktop.program_folder}\\Uninstall.exe"'
-        self.assertEqual(entry, {
-            "DisplayName": '"QorMonitor"',
-            "DisplayVersion": f'"{desktop.version}"',
-            "Publisher": '"Varko Anlagentechnik GmbH"',
-            "DisplayIcon": f'"{self.program},0"',
-            "InstallLocation": f'"{desktop.program_folder}"',
-            "UninstallString": f'"{uninstaller}"',
-            "QuietUninstallString": f'"{uninstaller} /S"',
-            "NoModify": "dword:00000001",
-            "NoRepair": "dword:00000001",
-        })
+        self.assertEqual(
+            entry,
+            {
+                "DisplayName": '"QorMonitor"',
+                "DisplayVersion": f'"{desktop.version}"',
+                "Publisher": '"Varko Anlagentechnik GmbH"',
+                "DisplayIcon": f'"{self.program},0"',
+                "InstallLocation": f'"{desktop.program_folder}"',
+                "UninstallString": f'"{uninstaller}"',
+                "QuietUninstallString": f'"{uninstaller} /S"',
+                "NoModify": "dword:00000001",
+                "NoRepair": "dword:00000001",
+            },
+        )
         self.assertTrue((desktop.user / START_MENU / "QorMonitor.lnk").exists())
 
     def test_a_silent_upgrade_ends_the_monitor_after_a_grace_and_starts_the_new_one(self):
@@ -303,11 +212,11 @@ class SetupTest(unittest.TestCase):
         self.install(desktop.setup)
         self.start_monitor()
         begin = time.monotonic()
-        setup = desktop.run_beside(["wine", desktop.newer_setup, "/S"])
+        setup = desktop.run("wine", desktop.newer_setup, "/S")
         time.sleep(4)
         self.assertTrue(self.end_monitor())
 
-        self.assertEqual(setup.wait(SETUP_SECONDS), 0)
+        self.assertEqual(setup.wait(COMMAND_SECONDS), 0)
         self.assertLess(time.monotonic() - begin, GRACE_SECONDS)
         self.assert_holds(desktop.newer_files)
         self.assertFalse(self.end_monitor(), "a monitor was started")
@@ -380,7 +289,7 @@ class SetupTest(unittest.TestCase):
         self.assert_holds(desktop.newer_files)
 
     def test_a_second_setup_leaves_the_first_alone(self):
-        first = desktop.run_beside(["wine", desktop.setup])
+        first = desktop.run("wine", desktop.setup)
         desktop.wait_for_window(WIZARD)
         self.assertEqual(self.install(desktop.newer_setup), OTHER_SETUP)
         desktop.press(desktop.wait_for_window(WIZARD), "Escape")
@@ -416,7 +325,7 @@ class SetupTest(unittest.TestCase):
         desktop.wine(["reg", "add", RUN_APPROVED, "/v", "QorMonitor", "/t", "REG_BINARY", "/d", "03", "/f"])
         program = f"{desktop.program_folder}\\Uninstall.exe"
         self.assertEqual(desktop.wine([program, "/S"]).returncode, 0)
-        wait_until(lambda: UNINSTALL not in desktop.registry(), SETUP_SECONDS, "the end of the removal")
+        wait_until(lambda: UNINSTALL not in desktop.registry(), COMMAND_SECONDS, "the end of the removal")
         self.assertFalse(self.folder.exists())
         self.assertEqual(desktop.registry()[RUN_APPROVED], {})
         desktop.wine(["reg", "delete", RUN_APPROVED, "/f"])
@@ -429,7 +338,7 @@ class SetupTest(unittest.TestCase):
     def test_the_pages_lead_from_a_running_monitor_to_the_new_one(self):
         self.install(desktop.setup)
         self.start_monitor()
-        setup = desktop.run_beside(["wine", desktop.newer_setup])
+        setup = desktop.run("wine", desktop.newer_setup)
         wizard = desktop.wait_for_window(WIZARD)
         desktop.screenshot("1-welcome")
         desktop.press(wizard, "Return")
@@ -439,8 +348,7 @@ class SetupTest(unittest.TestCase):
         question = self.wait_for_question()
         desktop.screenshot("3-question")
         desktop.press(question, "Return")
-        wait_until(lambda: desktop.registry()[SETTINGS]["VersionNo"] == f'"{NEWER_VERSION}"', START_SECONDS, "the end")
-        time.sleep(PAGE_SECONDS)
+        self.wait_for_version(NEWER_VERSION)
         desktop.screenshot("4-finish")
         desktop.press(wizard, "Return")
 
@@ -448,11 +356,65 @@ class SetupTest(unittest.TestCase):
         desktop.wait_for_window(MONITOR)
         self.assert_holds(desktop.newer_files)
 
+    def serve_newer_version(self):
+        """The update server of the shipped program, with the newer version."""
+        server = UpdateServer(desktop)
+        self.addCleanup(server.close)
+        desktop.use_proxy(server.address)
+        self.addCleanup(desktop.use_proxy, "")
+        description = desktop.folder / "QorMonitorUpdate.info"
+        desktop.complete(
+            [ROOT / "scripts/write-update-info", "--version", NEWER_VERSION, desktop.newer_setup]
+        )
+        server.publish(description.name, description.read_bytes())
+        server.publish(desktop.newer_setup.name, desktop.newer_setup.read_bytes())
+
+    def test_an_update_leads_from_the_offer_to_the_new_version(self):
+        self.install(desktop.setup)
+        self.add_unit()
+        self.serve_newer_version()
+        downloaded = pathlib.Path(desktop.path("home/Downloads"), desktop.newer_setup.name)
+        self.addCleanup(downloaded.unlink, missing_ok=True)
+
+        monitor = self.start_monitor()
+        window = desktop.windows(MONITOR)[-1]
+        wait_until(lambda: len(desktop.windows(MONITOR)) == 2, START_SECONDS, "the offer")
+        # The window manager may leave it without the focus, since the last keys went elsewhere.
+        offer = next(found for found in desktop.windows(MONITOR) if found != window)
+        desktop.xdotool("windowactivate", offer)
+        desktop.wait_active("QorMonitor")
+        desktop.screenshot("9-offer")
+        desktop.keys("alt+j")
+        desktop.wait_active("Anwendung aktualisieren")
+        desktop.screenshot("10-downloaded")
+        self.assertEqual(downloaded.read_bytes(), desktop.newer_setup.read_bytes())
+        desktop.keys("Return")
+        self.assertEqual(monitor.wait(START_SECONDS), 0)
+        wizard = desktop.wait_for_window(WIZARD)
+        for _ in ("welcome", "components"):
+            desktop.press(wizard, "Return")
+            time.sleep(PAGE_SECONDS)
+        self.wait_for_version(NEWER_VERSION)
+        desktop.press(wizard, "Return")
+
+        desktop.wait_for_window(MONITOR)
+        self.assert_holds(desktop.newer_files)
+        self.assertEqual(desktop.registry()[f"{SETTINGS}\\Device0"], {"Host": '"unit.example"'})
+        wait_until(lambda: not desktop.windows(WIZARD), START_SECONDS, "the setup's end")
+        self.assertEqual(len(desktop.running("QorMonitor.exe")), 1)
+
+    def wait_for_version(self, version):
+        """Until the last page of a setup, which has installed this version."""
+        wait_until(
+            lambda: desktop.registry()[SETTINGS]["VersionNo"] == f'"{version}"', START_SECONDS, "the end"
+        )
+        time.sleep(PAGE_SECONDS)
+
     def test_a_cancelled_wait_changes_nothing(self):
         self.install(desktop.setup)
         before = self.state()
         self.start_monitor()
-        setup = desktop.run_beside(["wine", desktop.newer_setup])
+        setup = desktop.run("wine", desktop.newer_setup)
         wizard = desktop.wait_for_window(WIZARD)
         desktop.press(wizard, "Return")
         time.sleep(PAGE_SECONDS)
@@ -470,9 +432,9 @@ class SetupTest(unittest.TestCase):
 
     def remove_by_hand(self, answer):
         # With the folder given, the uninstaller is one that can be waited for.
-        copy = desktop.directory / "uninstall.exe"
+        copy = desktop.folder / "uninstall.exe"
         shutil.copy(self.folder / "Uninstall.exe", copy)
-        uninstaller = desktop.run_beside(["wine", copy, f"_?={desktop.program_folder}"])
+        uninstaller = desktop.run("wine", copy, f"_?={desktop.program_folder}")
         wizard = desktop.wait_for_window(UNINSTALLER)
         desktop.screenshot("6-uninstall")
         desktop.press(wizard, "Return")
@@ -508,24 +470,36 @@ class SetupTest(unittest.TestCase):
 
 def make_newer_setup():
     """A setup of a later version, which has lost a file and won one."""
-    files = desktop.directory / "newer"
+    files = desktop.folder / "newer"
     shutil.copytree(desktop.files_folder, files)
     (files / "imageformats/qico.dll").unlink()
     (files / "imageformats").rmdir()
     (files / "neu").mkdir()
     (files / "neu/Liesmich.txt").write_text("Neu in dieser Version.\n", encoding="utf-8")
-    setup = desktop.directory / "newer-setup.exe"
-    subprocess.run([ROOT / "packaging/windows/make-installer", files, desktop.build / "setuphelper.exe", NEWER_VERSION,
-                    setup, "-DQUICK"], check=True, timeout=SETUP_SECONDS)
+    setup = desktop.folder / "newer-setup.exe"
+    subprocess.run(
+        [
+            ROOT / "packaging/windows/make-installer",
+            files,
+            desktop.build / "setuphelper.exe",
+            NEWER_VERSION,
+            setup,
+            "-DQUICK",
+        ],
+        check=True,
+        timeout=COMMAND_SECONDS,
+    )
     return setup, files
 
 
 def main():
     global desktop
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/windows")
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
+    parser.add_argument("--build", type=pathlib.Path, default=BUILD)
     arguments, unittest_arguments = parser.parse_known_args()
-    desktop = Desktop()
+    desktop = WineDesktop()
     try:
         desktop.build = arguments.build.resolve()
         desktop.helper = desktop.build / "setuphelper.exe"
@@ -533,7 +507,7 @@ def main():
         desktop.setup = next((desktop.build / "dist").glob("*-setup.exe"))
         desktop.version = re.search("QorMonitor-([0-9.]+)-", desktop.setup.name)[1]
         desktop.newer_setup, desktop.newer_files = make_newer_setup()
-        desktop.start()
+        desktop.program_folder = rf"C:\users\{desktop.user.name}\AppData\Local\Programs\QorMonitor"
         tests = unittest.main(argv=[sys.argv[0], *unittest_arguments], exit=False)
     finally:
         desktop.close()
