@@ -23,3 +23,8 @@ const QString& updateBaseUrl()
 {
     return updateUrl;
 }
+
+int updateTimeout()
+{
+    return QORMONITOR_UPDATE_TIMEOUT * 1000;
+}

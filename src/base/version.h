@@ -13,3 +13,6 @@ const QString& buildDate();
 
 // The update server's base URL; its path ends in "/QorMonitorUpdate/".
 const QString& updateBaseUrl();
+
+// After how many milliseconds without a byte a transfer of an update fails; 0 for never.
+int updateTimeout();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/dlgcheckforupdates.h"
 
+#include "base/version.h"
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
 #include "ui_dlgcheckforupdates.h"
@@ -22,6 +23,8 @@ const auto versionKey = QStringLiteral("VersionNo");
 // What the installers for this program are listed under, whatever it was built with.
 const auto platform = QStringLiteral("mingw32_x64");
 constexpr int startTimeoutMs = 5000;
+// Some thousand times as long as a description is.
+constexpr qint64 descriptionSizeLimit = 1024 * 1024;
 
 // Whether the name names a file in the folder that it is appended to, and nowhere else.
 bool isPlainFileName(const QString& name)
@@ -41,6 +44,7 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     , m_downloadMonitor(new DlgDownloadMonitor(this))
 {
     m_ui->setupUi(this);
+    m_downloader->setTimeout(updateTimeout());
     m_ui->checkBoxAutoCheck->setChecked(QSettings().value(autoCheckKey, true).toBool());
     const QStringList folders = QStandardPaths::standardLocations(QStandardPaths::DownloadLocation);
     if (!folders.isEmpty())
@@ -87,7 +91,8 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
 
 void DlgCheckForUpdates::loadDescription()
 {
-    m_downloader->download(QUrl(m_serverUrls.first() + m_appName + QStringLiteral("Update.info")));
+    m_downloader->download(QUrl(m_serverUrls.first() + m_appName + QStringLiteral("Update.info")),
+                           descriptionSizeLimit);
 }
 
 void DlgCheckForUpdates::downloadUpdateFile(const QString& fileName)

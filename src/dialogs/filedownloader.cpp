@@ -4,6 +4,7 @@
 #include <QDebug>
 #include <QScopedValueRollback>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -29,11 +30,20 @@ FileDownloader::FileDownloader(QObject* parent)
     connect(&m_manager, &QNetworkAccessManager::sslErrors, this, &FileDownloader::processSslErrors);
 }
 
-bool FileDownloader::download(const QUrl& url)
+bool FileDownloader::download(const QUrl& url, qint64 sizeLimit)
 {
     m_url = url;
     m_data.clear();
-    m_reply = m_manager.get(QNetworkRequest(url));
+    QNetworkRequest request(url);
+    request.setTransferTimeout(m_timeout);
+    m_reply = m_manager.get(request);
+    const auto keepLimit = [reply = m_reply, sizeLimit] {
+        const qint64 announced = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+        if (std::max(announced, reply->bytesAvailable()) > sizeLimit)
+            reply->abort();
+    };
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, keepLimit);
+    connect(m_reply, &QNetworkReply::readyRead, this, keepLimit);
     setBusy(true);
     return true;
 }
