@@ -14,5 +14,9 @@ const QString& buildDate();
 // The update server's base URL; its path ends in "/QorMonitorUpdate/".
 const QString& updateBaseUrl();
 
+// The Ed25519 public key, in hexadecimal digits, that updates must be signed for; empty when they need not
+// be.
+const QString& updateKey();
+
 // After how many milliseconds without a byte a transfer of an update fails; 0 for never.
 int updateTimeout();

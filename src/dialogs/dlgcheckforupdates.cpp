@@ -4,6 +4,7 @@
 #include "base/version.h"
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
+#include "dialogs/updatesignature.h"
 #include "ui_dlgcheckforupdates.h"
 
 #include <QCoreApplication>
@@ -24,7 +25,7 @@ const auto versionKey = QStringLiteral("VersionNo");
 const auto platform = QStringLiteral("mingw32_x64");
 constexpr int startTimeoutMs = 5000;
 // Some thousand times as long as a description is.
-constexpr qint64 descriptionSizeLimit = 1024 * 1024;
+constexpr qint64 descriptionSizeLimit = 1LL << 20;
 
 // Whether the name names a file in the folder that it is appended to, and nowhere else.
 bool isPlainFileName(const QString& name)
@@ -42,6 +43,7 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     , m_downloader(std::make_unique<FileDownloader>(parent))
     , m_messageParent(parent)
     , m_downloadMonitor(new DlgDownloadMonitor(this))
+    , m_updateKey(updateKey())
 {
     m_ui->setupUi(this);
     m_downloader->setTimeout(updateTimeout());
@@ -151,10 +153,10 @@ void DlgCheckForUpdates::evaluateDescription()
 {
     // Ends at the first zero byte, as a C string does.
     const QString text = QString::fromUtf8(m_downloader->downloadedData().constData());
-    QString versionNo;
     QString versionDate;
-    parseUpdateInfo(text, platform, versionNo, versionDate, m_fileName);
-    if (versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
+    parseUpdateInfo(text, platform, m_versionNo, versionDate, m_fileName);
+    m_signature = parseUpdateSignature(text, platform);
+    if (m_versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
         if (m_interactive)
             QMessageBox::information(m_messageParent, m_appName,
                                      tr("Keine Version von %1 verfügbar!").arg(m_appName));
@@ -162,8 +164,8 @@ void DlgCheckForUpdates::evaluateDescription()
     }
     // The version that the installation has noted counts, not the compiled-in one, and both as floating-point
     // numbers: 1.10 is not newer than 1.1.
-    if (versionNo.toDouble() > QSettings().value(versionKey).toDouble())
-        offerVersion(versionNo);
+    if (m_versionNo.toDouble() > QSettings().value(versionKey).toDouble())
+        offerVersion(m_versionNo);
     else if (m_interactive)
         QMessageBox::information(m_messageParent, m_appName,
                                  tr("Keine neue Version von %1 verfügbar!").arg(m_appName));
@@ -205,6 +207,8 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
 {
     if (!isPlainFileName(m_fileName))
         return tr("Unzulässiger Dateiname \"%1\"").arg(m_fileName);
+    if (auto error = signatureError())
+        return error;
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return file.errorString();
@@ -221,6 +225,18 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
     }
     // Windows takes no notice: there the name decides whether a file can be started.
     file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    return std::nullopt;
+}
+
+std::optional<QString> DlgCheckForUpdates::signatureError() const
+{
+    if (m_updateKey.isEmpty())
+        return std::nullopt;
+    if (m_signature.isEmpty())
+        return tr("Die Signatur des Updates fehlt");
+    if (!isSigned(signedUpdateBytes(m_versionNo, m_fileName, m_downloader->downloadedData()), m_signature,
+                  m_updateKey))
+        return tr("Die Signatur des Updates ist falsch");
     return std::nullopt;
 }
 
