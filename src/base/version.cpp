@@ -7,6 +7,7 @@ namespace {
 const QString version = QStringLiteral(QORMONITOR_VERSION);
 const QString date = QStringLiteral(QORMONITOR_BUILD_DATE);
 const QString updateUrl = QStringLiteral(QORMONITOR_UPDATE_URL);
+const QString key = QStringLiteral(QORMONITOR_UPDATE_KEY);
 } // namespace
 
 const QString& programVersion()
@@ -22,4 +23,9 @@ const QString& buildDate()
 const QString& updateBaseUrl()
 {
     return updateUrl;
+}
+
+const QString& updateKey()
+{
+    return key;
 }

@@ -13,3 +13,7 @@ const QString& buildDate();
 
 // The update server's base URL; its path ends in "/QorMonitorUpdate/".
 const QString& updateBaseUrl();
+
+// The Ed25519 public key, in hexadecimal digits, that updates must be signed for; empty when they need not
+// be.
+const QString& updateKey();

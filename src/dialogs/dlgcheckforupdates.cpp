@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/dlgcheckforupdates.h"
 
+#include "base/version.h"
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
+#include "dialogs/updatesignature.h"
 #include "ui_dlgcheckforupdates.h"
 
 #include <QCoreApplication>
@@ -22,6 +24,8 @@ const auto versionKey = QStringLiteral("VersionNo");
 // What the installers for this program are listed under, whatever it was built with.
 const auto platform = QStringLiteral("mingw32_x64");
 constexpr int startTimeoutMs = 5000;
+// Some thousand times as long as a description is.
+constexpr qint64 descriptionSizeLimit = 1LL << 20;
 
 // Whether the name names a file in the folder that it is appended to, and nowhere else.
 bool isPlainFileName(const QString& name)
@@ -39,6 +43,7 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
     , m_downloader(std::make_unique<FileDownloader>(parent))
     , m_messageParent(parent)
     , m_downloadMonitor(new DlgDownloadMonitor(this))
+    , m_updateKey(updateKey())
 {
     m_ui->setupUi(this);
     m_ui->checkBoxAutoCheck->setChecked(QSettings().value(autoCheckKey, true).toBool());
@@ -87,7 +92,8 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
 
 void DlgCheckForUpdates::loadDescription()
 {
-    m_downloader->download(QUrl(m_serverUrls.first() + m_appName + QStringLiteral("Update.info")));
+    m_downloader->download(QUrl(m_serverUrls.first() + m_appName + QStringLiteral("Update.info")),
+                           descriptionSizeLimit);
 }
 
 void DlgCheckForUpdates::downloadUpdateFile(const QString& fileName)
@@ -146,10 +152,10 @@ void DlgCheckForUpdates::evaluateDescription()
 {
     // Ends at the first zero byte, as a C string does.
     const QString text = QString::fromUtf8(m_downloader->downloadedData().constData());
-    QString versionNo;
     QString versionDate;
-    parseUpdateInfo(text, platform, versionNo, versionDate, m_fileName);
-    if (versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
+    parseUpdateInfo(text, platform, m_versionNo, versionDate, m_fileName);
+    m_signature = parseUpdateSignature(text, platform);
+    if (m_versionNo.isEmpty() || versionDate.isEmpty() || m_fileName.isEmpty()) {
         if (m_interactive)
             QMessageBox::information(m_messageParent, m_appName,
                                      tr("Keine Version von %1 verfügbar!").arg(m_appName));
@@ -157,8 +163,8 @@ void DlgCheckForUpdates::evaluateDescription()
     }
     // The version that the installation has noted counts, not the compiled-in one, and both as floating-point
     // numbers: 1.10 is not newer than 1.1.
-    if (versionNo.toDouble() > QSettings().value(versionKey).toDouble())
-        offerVersion(versionNo);
+    if (m_versionNo.toDouble() > QSettings().value(versionKey).toDouble())
+        offerVersion(m_versionNo);
     else if (m_interactive)
         QMessageBox::information(m_messageParent, m_appName,
                                  tr("Keine neue Version von %1 verfügbar!").arg(m_appName));
@@ -200,6 +206,8 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
 {
     if (!isPlainFileName(m_fileName))
         return tr("Unzulässiger Dateiname \"%1\"").arg(m_fileName);
+    if (auto error = signatureError())
+        return error;
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return file.errorString();
@@ -216,6 +224,18 @@ std::optional<QString> DlgCheckForUpdates::saveDownloadedFile(const QString& pat
     }
     // Windows takes no notice: there the name decides whether a file can be started.
     file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    return std::nullopt;
+}
+
+std::optional<QString> DlgCheckForUpdates::signatureError() const
+{
+    if (m_updateKey.isEmpty())
+        return std::nullopt;
+    if (m_signature.isEmpty())
+        return tr("Die Signatur des Updates fehlt");
+    if (!isSigned(signedUpdateBytes(m_versionNo, m_fileName, m_downloader->downloadedData()), m_signature,
+                  m_updateKey))
+        return tr("Die Signatur des Updates ist falsch");
     return std::nullopt;
 }
 

@@ -35,6 +35,9 @@ public:
     void addServerUrl(const QString& url);
     // Where installers are saved; the user's own download folder by default.
     void setDownloadDir(const QString& path) { m_downloadDir = path; }
+    // The public key that installers must be signed for, in hexadecimal digits; the build's own by default.
+    // With an empty one they need no signature.
+    void setUpdateKey(const QString& key) { m_updateKey = key; }
     // Loads and evaluates the update description, unless a transfer is running or a box tells of its end. A
     // check that is not interactive does nothing when it is switched off, and is silent unless there is
     // a newer version.
@@ -57,6 +60,8 @@ private:
     void installDownloadedFile();
     // The reason when the downloaded data could not be saved.
     std::optional<QString> saveDownloadedFile(const QString& path);
+    // The reason when a signature is asked for, and the downloaded data has none that fits.
+    std::optional<QString> signatureError() const;
     void placeOnScreen();
 
     std::unique_ptr<Ui::DlgCheckForUpdates> m_ui;
@@ -71,5 +76,9 @@ private:
     // Whether the present transfer is the installer's, not the description's.
     bool m_fileDownload = false;
     QString m_downloadDir;
+    QString m_updateKey;
+    // What the last description said of the installer.
+    QString m_versionNo;
     QString m_fileName;
+    QString m_signature;
 };

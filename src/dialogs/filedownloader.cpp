@@ -3,7 +3,9 @@
 
 #include <QDebug>
 #include <QScopedValueRollback>
+#include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -29,11 +31,25 @@ FileDownloader::FileDownloader(QObject* parent)
     connect(&m_manager, &QNetworkAccessManager::sslErrors, this, &FileDownloader::processSslErrors);
 }
 
-bool FileDownloader::download(const QUrl& url)
+bool FileDownloader::download(const QUrl& url, qint64 sizeLimit)
 {
     m_url = url;
     m_data.clear();
     m_reply = m_manager.get(QNetworkRequest(url));
+    // Not the request's own time-out, which header lines without end would not stop.
+    auto* patience = new QTimer(m_reply);
+    connect(patience, &QTimer::timeout, m_reply, &QNetworkReply::abort);
+    connect(m_reply, &QNetworkReply::readyRead, patience, [patience] { patience->start(); });
+    connect(m_reply, &QNetworkReply::finished, patience, &QTimer::stop);
+    patience->setSingleShot(true);
+    patience->start(m_timeoutMs);
+    const auto keepLimit = [reply = m_reply, sizeLimit] {
+        const qint64 announced = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+        if (std::max(announced, reply->bytesAvailable()) > sizeLimit)
+            reply->abort();
+    };
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, keepLimit);
+    connect(m_reply, &QNetworkReply::readyRead, this, keepLimit);
     setBusy(true);
     return true;
 }

@@ -29,8 +29,13 @@ class FileDownloader : public QObject {
 public:
     explicit FileDownloader(QObject* parent);
 
-    // Starts a transfer and forgets the one before, which still reports; always true.
-    bool download(const QUrl& url);
+    static constexpr qint64 defaultSizeLimit = 1LL << 30;
+    // Starts a transfer and forgets the one before, which still reports; always true. The transfer fails when
+    // more than sizeLimit bytes arrive, or are announced.
+    bool download(const QUrl& url, qint64 sizeLimit = defaultSizeLimit);
+    // For tests, and for the transfers that start from now on. One fails when nothing has arrived for so long,
+    // 60 s by default.
+    void setTimeout(int milliseconds) { m_timeoutMs = milliseconds; }
     // The bytes of the last finished transfer, the ones that arrived if it has failed; emptied by the start
     // of the next.
     QByteArray& downloadedData() { return m_data; }
@@ -63,4 +68,5 @@ private:
     bool m_busy = false;
     QNetworkReply* m_reply = nullptr;
     bool m_reporting = false;
+    int m_timeoutMs = 60000;
 };

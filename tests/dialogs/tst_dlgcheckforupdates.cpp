@@ -209,6 +209,30 @@ private slots:
                  complete ? question.arg(9) : "Keine Version von QorMonitor verfügbar!"_s);
     }
 
+    void sickServerIsNoServer_data()
+    {
+        QTest::addColumn<HttpAnswer>("answer");
+        QTest::newRow("stalls") << HttpAnswer::ok("nothing").held(3);
+        QTest::newRow("does not end") << HttpAnswer::ok(QByteArray(1024 * 1024 + 1, ' ')).withoutLength();
+    }
+
+    void sickServerIsNoServer()
+    {
+        QFETCH(const HttpAnswer, answer);
+        QWidget parent;
+        UpdateFixture fixture(&parent);
+        parent.findChild<FileDownloader*>()->setTimeout(1000);
+        fixture.publish(answer);
+        fixture.check();
+        fixture.boxes.compareLast(
+            QMessageBox::Warning, "QorMonitor"_s,
+            "Konnte keine Informationen vom Server herunterladen\noder Server antwortet nicht!"_s, &parent);
+        fixture.publish("1.05");
+        fixture.check();
+        QCOMPARE(fixture.boxes.count(), 2);
+        QCOMPARE(fixture.boxes.lastText(), question.arg("1.05"_s));
+    }
+
     void automaticCheckCanBeSwitchedOff()
     {
         UpdateFixture fixture;

@@ -9,6 +9,7 @@
 
 #include <QPointer>
 #include <QSslCertificate>
+#include <QTcpServer>
 #include <QtTest>
 
 #include <utility>
@@ -48,6 +49,13 @@ void finishSecond(Downloader& downloader)
     QCOMPARE(downloader.downloadedData(), QByteArray("22"));
     // The first transfer set and cleared the busy flag. The second did not change it.
     QCOMPARE(downloader.busy.count(), 2);
+}
+
+// The letter x, 1001 times, as gzip packs it.
+HttpAnswer packedAnswer()
+{
+    return HttpAnswer::ok(QByteArray::fromHex("1f8b0800000000000203aba81805a360140c7b000007108ec5e9030000"))
+        .with("Content-Encoding: gzip");
 }
 
 // Ends without an error, however much it has announced.
@@ -140,11 +148,7 @@ private slots:
         // The length is then without meaning.
         row("chunks and their length", chunked, true, "abcdefg");
         row("chunks and any length", chunked.claiming(1000), true, "abcdefg");
-        // A thousand times the letter x, as gzip packs it.
-        row("packed on the way",
-            HttpAnswer::ok(QByteArray::fromHex("1f8b0800000000000203aba81805a360140c770000e6c9413be8030000"))
-                .with("Content-Encoding: gzip"),
-            true, QByteArray(1000, 'x'));
+        row("packed on the way", packedAnswer(), true, QByteArray(1001, 'x'));
         row("packed garbage", HttpAnswer::ok("not packed").with("Content-Encoding: gzip"), false, {});
 
         // Not followed: the redirect answer itself is the result.
@@ -269,6 +273,98 @@ private slots:
         downloader.server.release();
         QTRY_COMPARE(downloader.success.count(), 1);
         QCOMPARE(downloader.downloadedData(), QByteArray("in the end"));
+    }
+
+    void silentServerFailsInTime_data()
+    {
+        QTest::addColumn<QString>("scheme");
+        QTest::newRow("no answer") << "http"_s;
+        QTest::newRow("no encryption") << "https"_s;
+    }
+
+    void silentServerFailsInTime()
+    {
+        QFETCH(const QString, scheme);
+        // The system accepts its connections, and nobody reads them.
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        Downloader downloader;
+        downloader.setTimeout(300);
+        downloader.download(QUrl("%1://127.0.0.1:%2/file"_s.arg(scheme).arg(silent.serverPort())));
+        QTRY_COMPARE(downloader.failed.count(), 1);
+        QVERIFY(downloader.isIdle());
+    }
+
+    void stalledAnswerFailsInTime_data()
+    {
+        QTest::addColumn<int>("heldFrom");
+        QTest::newRow("after the head") << 0;
+        QTest::newRow("inside of the body") << 4;
+    }
+
+    void stalledAnswerFailsInTime()
+    {
+        QFETCH(const int, heldFrom);
+        Downloader downloader;
+        downloader.setTimeout(300);
+        downloader.start(HttpAnswer::ok("content").held(heldFrom));
+        QTRY_COMPARE(downloader.failed.count(), 1);
+        QVERIFY(downloader.isIdle());
+        downloader.start(HttpAnswer::ok("content"), "next");
+        QTRY_COMPARE(downloader.success.count(), 1);
+        QCOMPARE(downloader.results(), 2);
+    }
+
+    void timeIsAMinute()
+    {
+        Downloader downloader;
+        downloader.start(HttpAnswer::ok("content").held(0));
+        const auto* patience = downloader.currentReply()->findChild<QTimer*>();
+        QVERIFY(patience && patience->isActive());
+        QCOMPARE(patience->interval(), 60000);
+    }
+
+    void whatArrivesRestartsTheTime()
+    {
+        Downloader downloader;
+        constexpr int timeout = 1000;
+        downloader.setTimeout(timeout);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        downloader.start(HttpAnswer::ok(QByteArray(400, 'x')).trickled(1));
+        QVERIFY(downloader.success.wait(30000));
+        QVERIFY(elapsed.elapsed() > timeout);
+    }
+
+    void tooMuchFails_data()
+    {
+        QTest::addColumn<HttpAnswer>("answer");
+        QTest::addColumn<bool>("succeeds");
+        const QByteArray limit(1000, 'x');
+        const QByteArray more(1001, 'x');
+        QTest::newRow("as much as may be") << HttpAnswer::ok(limit) << true;
+        QTest::newRow("as much as may be, not announced") << HttpAnswer::ok(limit).withoutLength() << true;
+        QTest::newRow("announced") << HttpAnswer::ok(more).held(0) << false;
+        QTest::newRow("not announced") << HttpAnswer::ok(more).withoutLength() << false;
+        QTest::newRow("no end") << HttpAnswer::ok(more).withoutLength().held(1001) << false;
+        QTest::newRow("chunks") << HttpAnswer::ok("3e9\r\n" + more + "\r\n0\r\n\r\n")
+                                       .with("Transfer-Encoding: chunked")
+                                       .withoutLength()
+                                << false;
+        QTest::newRow("packed on the way") << packedAnswer() << false;
+    }
+
+    void tooMuchFails()
+    {
+        QFETCH(const HttpAnswer, answer);
+        QFETCH(const bool, succeeds);
+        Downloader downloader;
+        downloader.server.setAnswer("file", answer);
+        downloader.download(downloader.server.url("file"_s), 1000);
+        QTRY_COMPARE(downloader.results(), 1);
+        QCOMPARE(downloader.success.count(), succeeds ? 1 : 0);
+        QVERIFY(downloader.isIdle());
+        QCOMPARE(downloader.busy.count(), 2);
     }
 
     void reportsBeforeTheBusyFlagIsCleared()

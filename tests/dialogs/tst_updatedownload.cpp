@@ -146,6 +146,31 @@ private slots:
         QVERIFY(!fixture.isBusy());
     }
 
+    void sickServerIsReported_data()
+    {
+        QTest::addColumn<HttpAnswer>("installer");
+        QTest::addColumn<int>("timeout");
+        QTest::newRow("stalls") << HttpAnswer::ok(QByteArray(1000, 'x')).held(400) << 1000;
+        QTest::newRow("announces more than 1 GiB") << HttpAnswer::ok().claiming((1 << 30) + 1) << 60000;
+    }
+
+    void sickServerIsReported()
+    {
+        QFETCH(const HttpAnswer, installer);
+        QFETCH(const int, timeout);
+        QWidget parent;
+        UpdateFixture fixture(&parent);
+        parent.findChild<FileDownloader*>()->setTimeout(timeout);
+        fixture.offer(installer);
+        fixture.dialog->checkForUpdates(true);
+        QTRY_COMPARE(fixture.boxes.count(), 2);
+        fixture.boxes.compareLast(QMessageBox::Critical, "QorMonitor"_s, notLoaded, &parent);
+        QVERIFY(fixture.monitor()->isHidden());
+        QVERIFY(fixture.folder.entries().isEmpty());
+        QVERIFY(!fixture.isBusy());
+        fixture.check();
+    }
+
     void nextCheckStartsWithTheDescription()
     {
         UpdateFixture fixture;

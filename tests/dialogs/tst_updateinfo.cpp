@@ -2,6 +2,7 @@
 #include "dialogs/updateinfo.h"
 #include "support/literals.h"
 
+#include <QCryptographicHash>
 #include <QtTest>
 
 class TestUpdateInfo : public QObject {
@@ -21,6 +22,9 @@ private slots:
               };
         row("complete", "VersionNo=\"1.05\"\nVersionDate=\"05. Mar 2026\"\nmingw32_x64FileName=\"a.exe\"\n",
             "1.05", "05. Mar 2026", "a.exe");
+        row("with a signature",
+            "mingw32_x64Signature=\"s\" VersionNo=\"2\" VersionDate=\"d\" mingw32_x64FileName=\"a.exe\"", "2",
+            "d", "a.exe");
         row("nothing", "", "", "", "");
         row("on one line, in any order", "mingw32_x64FileName=\"a.exe\" VersionDate=\"d\";VersionNo=\"2\"",
             "2", "d", "a.exe");
@@ -64,6 +68,31 @@ private slots:
         QString fileName = versionNo;
         parseUpdateInfo("nothing"_s, "mingw32_x64"_s, versionNo, versionDate, fileName);
         QCOMPARE(versionNo + versionDate + fileName, QString());
+    }
+
+    void signatures_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("signature");
+        QTest::newRow("none") << "mingw32_x64FileName=\"a.exe\""_s << QString();
+        QTest::newRow("at the end") << "VersionNo=\"1\"\nmingw32_x64Signature=\"a1\"\n"_s
+                                    << "a1"_s;
+        QTest::newRow("first match wins") << "mingw32_x64Signature=\"a1\" mingw32_x64Signature=\"b2\""_s
+                                          << "a1"_s;
+        QTest::newRow("another platform") << "linux_x64Signature=\"a1\""_s << QString();
+    }
+
+    void signatures()
+    {
+        QFETCH(const QString, text);
+        QTEST(parseUpdateSignature(text, "mingw32_x64"_s), "signature");
+    }
+
+    void signedBytesTellTheFieldsApart()
+    {
+        const QByteArray bytes = signedUpdateBytes("1.05"_s, "Größe.exe"_s, "content");
+        const QByteArray hash = QCryptographicHash::hash("content", QCryptographicHash::Sha512);
+        QCOMPARE(bytes, "QorMonitor update 1\n4:1.05,11:Größe.exe,64:" + hash + ',');
     }
 
     void hugeText()

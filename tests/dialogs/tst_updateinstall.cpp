@@ -31,6 +31,7 @@ int runAsProgram(int argc, char** argv)
     MessageBoxes boxes;
     boxes.answer(QMessageBox::Yes);
     DlgCheckForUpdates dialog("QorMonitor"_s, nullptr);
+    dialog.setUpdateKey({});
     dialog.addServerUrl(QString::fromLocal8Bit(argv[2]));
     QTimer::singleShot(0, &dialog, [&dialog] { dialog.checkForUpdates(false); });
     QTimer::singleShot(15000, &dialog, [] { QCoreApplication::exit(UpdateFixture::timedOut); });

@@ -45,6 +45,8 @@ UpdateFixture::UpdateFixture(QWidget* parent, const QSslConfiguration& security)
     dialog->addServerUrl(server.baseUrl());
     // Never the user's own, whatever the platform goes by.
     dialog->setDownloadDir(folder.path());
+    // Nor does a test need the build's own key.
+    dialog->setUpdateKey({});
 }
 
 void UpdateFixture::publish(const QByteArray& versionNo, const QByteArray& fileName)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/updateinfo.h"
+#include "dialogs/updatesignature.h"
 #include "support/literals.h"
 
 #include <QtTest>
@@ -52,6 +53,7 @@ private slots:
             QCOMPARE(run({ "--version"_s, version, path(m_installer) }), 0);
             QCOMPARE(Info(read(m_description)).fileName, m_installer);
             QCOMPARE(Info(read(m_description)).versionNo, version);
+            QCOMPARE(Info(read(m_description)).signature, QString());
         }
     }
 
@@ -62,6 +64,43 @@ private slots:
         QCOMPARE(run({ "--version"_s, m_version, path(m_installer) }), 0);
         const QString date = Info(read(m_description)).versionDate;
         QVERIFY2(date == before || date == today(), qPrintable(date));
+    }
+
+    void programAcceptsTheSignature()
+    {
+        const QString key = path("private.pem"_s);
+        QCOMPARE(run({ "--make-key"_s, key }), 0);
+        const QString publicKey = QString::fromLatin1(m_said).trimmed();
+        QCOMPARE(publicKey.size(), 64);
+        QCOMPARE(QFile::permissions(key) & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
+        QVERIFY(write("Größe.exe"_s, "installer"));
+        QCOMPARE(run({ "--version"_s, m_version, "--key"_s, key, path("Größe.exe"_s) }), 0);
+        const Info info(read(m_description));
+        QCOMPARE(info.fileName, "Größe.exe"_s);
+        const QByteArray bytes = signedUpdateBytes(m_version, info.fileName, "installer");
+        QVERIFY(isSigned(bytes, info.signature, publicKey));
+        QVERIFY(!isSigned(bytes + '0', info.signature, publicKey));
+    }
+
+    void keysAreNotOverwritten()
+    {
+        QVERIFY(write("private.pem"_s, "old"));
+        QCOMPARE(run({ "--make-key"_s, path("private.pem"_s) }), 2);
+        QCOMPARE(read("private.pem"_s), QByteArray("old"));
+    }
+
+    void badKeyWritesNothing_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::newRow("missing") << "missing.pem"_s;
+        QTest::newRow("no key") << m_installer;
+    }
+
+    void badKeyWritesNothing()
+    {
+        QFETCH(const QString, key);
+        QCOMPARE(run({ "--version"_s, m_version, "--key"_s, path(key), path(m_installer) }), 2);
+        QVERIFY(!QFile::exists(path(m_description)));
     }
 
     void badArguments_data()
@@ -146,10 +185,12 @@ private:
         explicit Info(const QByteArray& bytes)
         {
             parseUpdateInfo(QString::fromUtf8(bytes), "mingw32_x64"_s, versionNo, versionDate, fileName);
+            signature = parseUpdateSignature(QString::fromUtf8(bytes), "mingw32_x64"_s);
         }
         QString versionNo;
         QString versionDate;
         QString fileName;
+        QString signature;
     };
 
     QString path(const QString& name) const { return m_directory->filePath(name); }
@@ -167,19 +208,22 @@ private:
     }
 
     // The exit code; -1 when the script does not end, or fails without saying why in its own words.
-    int run(const QStringList& arguments, const QString& program = QStringLiteral(WRITE_UPDATE_INFO)) const
+    int run(const QStringList& arguments, const QString& program = QStringLiteral(WRITE_UPDATE_INFO))
     {
         QProcess process;
         process.setWorkingDirectory(m_directory->path());
         process.start(program, arguments);
         if (!process.waitForFinished(20000) || process.exitStatus() != QProcess::NormalExit)
             return -1;
+        m_said = process.readAllStandardOutput();
         const QByteArray error = process.readAllStandardError();
         const bool isExplained = error.contains("error:") && !error.contains("Traceback");
         return process.exitCode() == 0 || isExplained ? process.exitCode() : -1;
     }
 
     std::unique_ptr<QTemporaryDir> m_directory;
+    // What the last run has written to its standard output.
+    QByteArray m_said;
     const QString m_installer = "setup.exe"_s;
     const QString m_description = "QorMonitorUpdate.info"_s;
     const QString m_version = "1.05"_s;
