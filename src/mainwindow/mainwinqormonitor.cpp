@@ -14,10 +14,14 @@
 
 #include <QDebug>
 #include <QDesktopServices>
+#include <QMessageBox>
 #include <QPointer>
+#include <QSet>
 #include <QSettings>
 #include <QShortcut>
 #include <QUrl>
+
+#include <utility>
 
 namespace {
 
@@ -79,6 +83,11 @@ void MainWinQorMonitor::connectDeviceList()
     connect(m_deviceList, &DeviceList::deviceStatesChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::updateDevice);
     connect(m_deviceList, &DeviceList::alertChanged, this, &MainWinQorMonitor::processAlertChanged);
+    // Behind updateDevice(): a unit that has no rows any more is still logged.
+    connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::showMonitoredDevices);
+    connect(m_deviceList, &DeviceList::listChanged, this, &MainWinQorMonitor::processListChanged);
+    connect(m_deviceList, &DeviceList::openFilesExhausted, this,
+            &MainWinQorMonitor::processOpenFilesExhausted, Qt::QueuedConnection);
     connect(m_deviceList, &DeviceList::deviceChanged, m_deviceManager, &DlgDeviceManager::updateDevice);
     connect(m_deviceList, &DeviceList::listChanged, m_deviceManager, &DlgDeviceManager::rebuildList);
 }
@@ -169,6 +178,43 @@ void MainWinQorMonitor::rebuildMessageList()
         if (device->monitored())
             addMessageRows(device);
     }
+}
+
+void MainWinQorMonitor::showMonitoredDevices()
+{
+    QSet<const Device*> shown;
+    for (int i = 0; i < m_ui->treeWidget->topLevelItemCount(); ++i)
+        shown.insert(boundDevice(m_ui->treeWidget->topLevelItem(i)));
+    QSet<const Device*> monitored;
+    for (int i = 0; i < m_deviceList->count(); ++i) {
+        if (m_deviceList->at(i)->monitored())
+            monitored.insert(m_deviceList->at(i));
+    }
+    if (shown != monitored)
+        rebuildMessageList();
+}
+
+void MainWinQorMonitor::processListChanged()
+{
+    showMonitoredDevices();
+    if (!hasAlert())
+        m_alarmSound.stop();
+}
+
+void MainWinQorMonitor::processOpenFilesExhausted()
+{
+    if (std::exchange(m_isExhaustionTold, true))
+        return;
+    qWarning() << "MainWinQorMonitor::processOpenFilesExhausted() the system has no open files left";
+    auto* box = new QMessageBox(
+        QMessageBox::Warning, windowTitle(),
+        tr("Das System stellt nicht genügend offene Dateien für alle Geräte bereit.\n"
+           "Die Geräte mit der Meldung \"Verbindung getrennt\" werden zum Teil nicht überwacht."),
+        QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    // It must not stand in the way of the list.
+    box->setModal(false);
+    box->show();
 }
 
 void MainWinQorMonitor::addMessageRows(Device* device)

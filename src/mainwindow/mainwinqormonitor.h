@@ -91,6 +91,10 @@ private:
     void loadDevices();
     void setUpViews();
     void addMessageRows(Device* device);
+    void showMonitoredDevices();
+    void processListChanged();
+    void processOpenFilesExhausted();
+    bool hasAlert() const;
     void openSelectedRow();
     void createTrayIcon();
 
@@ -111,5 +115,6 @@ private:
     QMenu* m_trayMenu = nullptr;
     std::unique_ptr<QAction> m_openAction;
     bool m_useAudio = true;
+    bool m_isExhaustionTold = false;
     std::unique_ptr<DlgCheckForUpdates> m_updateDialog;
 };
