@@ -78,7 +78,7 @@ class Network:
         for program in programs:
             self._processes.end(program)
         self._processes.end(self._host)
-        wait_until(lambda: not os.path.exists("/sys/class/net/monitor"), 10, "the cable is gone")
+        _run("ip", "link", "delete", "monitor")
 
     def there(self, *command):
         """A command for the other computer."""
