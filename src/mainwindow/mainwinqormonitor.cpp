@@ -7,7 +7,7 @@
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
-#include "mainwindow/messagecolour.h"
+#include "mainwindow/messagelist.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
 #include "widgets/devicerow.h"
@@ -16,7 +16,6 @@
 #include <QDesktopServices>
 #include <QMessageBox>
 #include <QPointer>
-#include <QSet>
 #include <QSettings>
 #include <QShortcut>
 #include <QUrl>
@@ -28,12 +27,6 @@ namespace {
 constexpr int alertTimerIntervalMs = 1000;
 constexpr int updateCheckDelayMs = 2000;
 
-enum Column {
-    TimeColumn,
-    NameColumn,
-    TextColumn,
-    ColumnCount,
-};
 constexpr int timeColumnWidth = 150;
 constexpr int nameColumnWidth = 200;
 
@@ -47,6 +40,7 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     , m_updateDialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), nullptr))
 {
     m_ui->setupUi(this);
+    m_messageList = std::make_unique<MessageList>(m_ui->treeWidget);
     m_updateDialog->addServerUrl(updateBaseUrl());
     createTrayIcon();
     createConnections();
@@ -83,8 +77,8 @@ void MainWinQorMonitor::connectDeviceList()
     connect(m_deviceList, &DeviceList::deviceStatesChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::updateDevice);
     connect(m_deviceList, &DeviceList::alertChanged, this, &MainWinQorMonitor::processAlertChanged);
-    // Behind updateDevice(): a unit that has no rows any more is still logged.
-    connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::showMonitoredDevices);
+    // Monitoring may have been switched. Behind updateDevice(), which still logs a unit that loses its rows.
+    connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::listChanged, this, &MainWinQorMonitor::processListChanged);
     connect(m_deviceList, &DeviceList::openFilesExhausted, this,
             &MainWinQorMonitor::processOpenFilesExhausted, Qt::QueuedConnection);
@@ -166,37 +160,18 @@ void MainWinQorMonitor::loadDevices()
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
-    m_ui->treeWidget->setColumnWidth(TimeColumn, timeColumnWidth);
-    m_ui->treeWidget->setColumnWidth(NameColumn, nameColumnWidth);
+    m_ui->treeWidget->setColumnWidth(MessageList::TimeColumn, timeColumnWidth);
+    m_ui->treeWidget->setColumnWidth(MessageList::NameColumn, nameColumnWidth);
 }
 
 void MainWinQorMonitor::rebuildMessageList()
 {
-    m_ui->treeWidget->clear();
-    for (int i = 0; i < m_deviceList->count(); ++i) {
-        Device* device = m_deviceList->at(i);
-        if (device->monitored())
-            addMessageRows(device);
-    }
-}
-
-void MainWinQorMonitor::showMonitoredDevices()
-{
-    QSet<const Device*> shown;
-    for (int i = 0; i < m_ui->treeWidget->topLevelItemCount(); ++i)
-        shown.insert(boundDevice(m_ui->treeWidget->topLevelItem(i)));
-    QSet<const Device*> monitored;
-    for (int i = 0; i < m_deviceList->count(); ++i) {
-        if (m_deviceList->at(i)->monitored())
-            monitored.insert(m_deviceList->at(i));
-    }
-    if (shown != monitored)
-        rebuildMessageList();
+    m_messageList->show(*m_deviceList);
 }
 
 void MainWinQorMonitor::processListChanged()
 {
-    showMonitoredDevices();
+    rebuildMessageList();
     if (!hasAlert())
         m_alarmSound.stop();
 }
@@ -217,24 +192,6 @@ void MainWinQorMonitor::processOpenFilesExhausted()
     box->show();
 }
 
-void MainWinQorMonitor::addMessageRows(Device* device)
-{
-    const QJsonArray messages = device->messages();
-    for (const QJsonValue& message : messages) {
-        const QJsonObject object = message.toObject();
-        const auto text = [&object](const char* key) { return object.value(QLatin1String(key)).toString(); };
-        auto* row = new QTreeWidgetItem(0);
-        row->setText(TimeColumn, text("date") + QLatin1Char(' ') + text("time"));
-        row->setText(NameColumn, device->qorName());
-        row->setText(TextColumn, text("displaytext"));
-        if (const auto colour = messageColour(text("class"))) {
-            for (int column = 0; column < ColumnCount; ++column)
-                row->setBackground(column, QBrush(*colour));
-        }
-        addDeviceRow(m_ui->treeWidget, row, device);
-    }
-}
-
 void MainWinQorMonitor::updateDevice(Device* pDevice)
 {
     if (!pDevice)
@@ -243,7 +200,7 @@ void MainWinQorMonitor::updateDevice(Device* pDevice)
         QTreeWidgetItem* row = m_ui->treeWidget->topLevelItem(i);
         if (!row || boundDevice(row) != pDevice)
             continue;
-        row->setData(NameColumn, Qt::DisplayRole, pDevice->qorName());
+        row->setData(MessageList::NameColumn, Qt::DisplayRole, pDevice->qorName());
         // No error: the windows trace at critical level, and people search the log for it.
         qCritical() << "update device" << pDevice->qorName();
     }
@@ -269,7 +226,7 @@ void MainWinQorMonitor::openSelectedRow()
     // Only what the user has really selected: a key typed as the window comes to the front opens nothing.
     const QList<QTreeWidgetItem*> selected = m_ui->treeWidget->selectedItems();
     if (!selected.isEmpty())
-        processTreeWidgetItemDoubleClicked(selected.first(), TimeColumn);
+        processTreeWidgetItemDoubleClicked(selected.first(), MessageList::TimeColumn);
 }
 
 void MainWinQorMonitor::exitApplication()
