@@ -3,12 +3,16 @@
 #include "app/singleinstanceapp.h"
 #include "base/contact.h"
 #include "base/version.h"
+#include "link/hostlookup.h"
+#include "link/openfiles.h"
 #include "mainwindow/mainwinqormonitor.h"
 
 #include <QDebug>
 #include <QIcon>
 #include <QProcess>
 #include <QTranslator>
+
+#include <cstdlib>
 
 namespace {
 
@@ -70,6 +74,7 @@ int runMonitor(int& argc, char** argv)
 int main(int argc, char* argv[])
 {
     writeBanner();
+    raiseOpenFileLimit();
     int code = exitException;
     try {
         code = runMonitor(argc, argv);
@@ -77,5 +82,8 @@ int main(int argc, char* argv[])
         qDebug() << "main: Error, exception caught!";
     }
     qDebug() << "main: exit" << code;
+    // A lookup without a name server cannot be ended, and must not come back to a program that is half gone.
+    if (isLookUpUnderWay())
+        std::_Exit(code);
     return code;
 }

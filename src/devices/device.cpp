@@ -28,6 +28,7 @@ Device::Device(DeviceList* list)
     connect(m_link.data(), &QorInterface::connectStateChanged, this, &Device::updateConnectState);
     connect(m_link.data(), &QorInterface::receiveQorMessage, this, &Device::processQorMessage);
     connect(this, &Device::deviceStateChanged, m_list, &DeviceList::deviceStatesChanged);
+    connect(m_link.data(), &QorInterface::openFilesExhausted, m_list, &DeviceList::openFilesExhausted);
     updateConnectState();
 }
 

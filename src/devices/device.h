@@ -80,6 +80,8 @@ public:
     // The current monitor messages: link state, incompatibility, newer software, then the unit's warnings;
     // objects with the strings "qorName" (not in warnings), "date", "time", "displaytext" and "class".
     QJsonArray messages() const;
+    // Another number after each change of the messages; no two units have the same.
+    quint64 revision() const { return m_revision; }
 
     // Tells the user of newer unit software in a message box, if there is any. The program itself does not
     // call it: its message list shows the same.
@@ -99,6 +101,7 @@ signals:
 private:
     template <typename Value> bool store(Value& member, const Value& value, void (Device::*changed)());
     bool isNewWarning(const QJsonObject& warning) const;
+    void announceState();
 
     DeviceList* m_list;
     QString m_host;
@@ -120,4 +123,5 @@ private:
     QJsonObject m_versionMessage;
     QDateTime m_alertTime;
     bool m_alert = false;
+    quint64 m_revision = 0;
 };

@@ -2,6 +2,8 @@
 #include "devices/devicelist.h"
 
 #include "devices/device.h"
+#include "link/hostlookup.h"
+#include "link/qorinterface.h"
 
 #include <QSettings>
 #include <QWidget>
@@ -13,6 +15,18 @@ namespace {
 QString groupName(int index)
 {
     return QStringLiteral("Device%1").arg(index);
+}
+
+QString hostKeyOf(int index)
+{
+    return groupName(index) + QStringLiteral("/Host");
+}
+
+// Each of them takes a while to stop. So they all begin before the first is waited for.
+void announceStops(const QList<Device*>& devices)
+{
+    for (const Device* device : devices)
+        device->qorInterface()->announceStop();
 }
 } // namespace
 
@@ -27,7 +41,9 @@ DeviceList::~DeviceList()
     clear();
     // A unit announces its end through the list, so all of them go while it still is one, the ones that
     // wait for their deferred deletion too.
-    qDeleteAll(findChildren<Device*>(QString(), Qt::FindDirectChildrenOnly));
+    const auto devices = findChildren<Device*>(QString(), Qt::FindDirectChildrenOnly);
+    announceStops(devices);
+    qDeleteAll(devices);
 }
 
 Device* DeviceList::at(int index) const
@@ -99,6 +115,7 @@ void DeviceList::clear()
     m_devices.clear();
     emit listChanged();
     emit listCleared();
+    announceStops(removed);
     std::for_each(removed.crbegin(), removed.crend(), [](Device* device) { device->deleteLater(); });
 }
 
@@ -106,7 +123,12 @@ void DeviceList::load()
 {
     QSettings settings;
     clear();
-    for (int i = 0; settings.contains(groupName(i) + QStringLiteral("/Host")); ++i) {
+    QStringList hosts;
+    for (int i = 0; settings.contains(hostKeyOf(i)); ++i)
+        hosts.append(settings.value(hostKeyOf(i)).toString());
+    // All at once, so that a start without a name server costs one time-out.
+    lookUpAfresh(hosts);
+    for (int i = 0; i < hosts.size(); ++i) {
         auto* device = new Device(this);
         settings.beginGroup(groupName(i));
         device->load(settings);

@@ -62,6 +62,8 @@ signals:
     void activateWindow();
     void deviceStatesChanged();
     void alertChanged();
+    // The system has no open files left for the link of a monitored unit.
+    void openFilesExhausted();
 
 private:
     QWidget* m_parentWidget;

@@ -87,7 +87,7 @@ void Device::updateConnectState()
             = monitorMessage(m_qorName, QStringLiteral("Verbindung getrennt"), MessageClass::Error);
         break;
     }
-    emit deviceStateChanged();
+    announceState();
     updateAlert();
 }
 
@@ -103,7 +103,7 @@ void Device::setIncompatible(bool on)
     } else {
         m_incompatibleMessage = QJsonObject();
     }
-    emit deviceStateChanged();
+    announceState();
     updateAlert();
 }
 
@@ -115,7 +115,7 @@ void Device::setWarnings(const QJsonArray& newWarnings)
         = std::any_of(newWarnings.begin(), newWarnings.end(),
                       [this](const QJsonValue& warning) { return isNewWarning(warning.toObject()); });
     m_warnings = newWarnings;
-    emit deviceStateChanged();
+    announceState();
     if (anyNew)
         emit m_list->alertChanged();
 }
@@ -147,6 +147,13 @@ void Device::updateVersionInfo(const QString& localNo, const QString& localDate,
             m_qorName, QStringLiteral("Neue SW Version verfügbar V%1").arg(m_remoteVersionNo),
             MessageClass::Warning);
     }
+    announceState();
+}
+
+void Device::announceState()
+{
+    static quint64 lastRevision = 0;
+    m_revision = ++lastRevision;
     emit deviceStateChanged();
 }
 

@@ -3,6 +3,7 @@
 
 #include "devices/device.h"
 #include "devices/devicelist.h"
+#include "link/hostlookup.h"
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
 #include "widgets/devicerow.h"
@@ -198,6 +199,11 @@ void DlgDeviceManager::on_pushButtonRefresh_clicked()
 {
     // The address cells follow only with the next rebuild; the units' links are left alone.
     const DeviceList* list = m_mainWindow->deviceList();
+    QStringList hosts;
+    for (int i = 0; i < list->count(); ++i)
+        hosts.append(list->at(i)->host());
+    // Without a name server this costs one time-out for all of them.
+    lookUpAfresh(hosts);
     for (int i = 0; i < list->count(); ++i)
         list->at(i)->updateIpAddress();
 }

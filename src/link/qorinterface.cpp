@@ -2,28 +2,39 @@
 #include "link/qorinterface.h"
 
 #include "devices/device.h"
-#include "link/hostlookup.h"
+#include "link/openfiles.h"
 
 #include <QCoreApplication>
 #include <QDebug>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace {
 constexpr int silenceIntervalMs = 5000;
-constexpr unsigned long stopGraceMs = 100;
+constexpr int stopGraceMs = 100;
 constexpr unsigned long pollIntervalMs = 1;
 constexpr size_t receiveBufferSize = 5000;
 constexpr int maxTextsUnderWay = 32;
 constexpr int ioThreads = 1;
 constexpr int maxSockets = 1023;
+constexpr int watchIntervalMs = 1000;
+// What context and socket take before they connect, and what the rest of the program may need then.
+constexpr int filesOfAContext = 6;
+constexpr int filesInReserve = 64;
+
+void subscribe(zmq::socket_t& socket, const std::string& endpoint)
+{
+    socket.set(zmq::sockopt::subscribe, "");
+    socket.connect(endpoint);
+}
 } // namespace
 
 QorInterface::QorInterface()
-    : m_context(ioThreads, maxSockets)
-    , m_socket(m_context, zmq::socket_type::sub)
 {
+    openContext();
 }
 
 QorInterface::~QorInterface()
@@ -44,15 +55,21 @@ void QorInterface::setDevice(Device* device)
     m_silenceTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_silenceTimer, &QTimer::timeout, this, [this] { processSilence(); });
     connect(this, &QorInterface::receiveQorMessage, this, [this] { processMessageArrived(); });
+    connect(&m_watchTimer, &QTimer::timeout, this, [this] { keepWatch(); });
     updateConnection();
 }
 
 void QorInterface::updateConnection()
 {
-    if (!m_device->monitored())
+    m_lookup.reset();
+    if (!m_device->monitored()) {
+        m_watchTimer.stop();
         disconnectQor();
-    else
-        connectQor(m_device->host(), m_device->zmqPort());
+        return;
+    }
+    m_quiet.start();
+    m_watchTimer.start(std::min(watchIntervalMs, static_cast<int>(m_patience.count() / 4)));
+    connectQor(m_device->host(), m_device->zmqPort());
 }
 
 // The steps of connecting and disconnecting emit signals, and a listener may call connectQor() or
@@ -73,20 +90,37 @@ bool QorInterface::connectQor(const QString& host, int port)
                      [this] { setIpAddress(lookUpAddress(m_host)); }, [&] { setPort(port); });
     if (!isLastCall || m_ipAddress.isEmpty())
         return false;
-
-    // An IPv6 address goes in as it stands, without brackets.
-    const QString endpoint
-        = m_protocol + QStringLiteral("://") + m_ipAddress + QLatin1Char(':') + QString::number(port);
-    if (!m_socket)
-        m_socket = zmq::socket_t(m_context, zmq::socket_type::sub);
-    m_socket.set(zmq::sockopt::subscribe, "");
-    m_socket.connect(endpoint.toStdString());
+    if (!openContext()) {
+        emit openFilesExhausted();
+        return false;
+    }
+    const std::string endpoint = endpointAt(m_ipAddress);
+    subscribe(m_socket, endpoint);
     m_endpoint = endpoint;
     beginSession();
     // Cleared here and not by the thread, so that a stop requested before the loop has begun is not lost.
     m_stopRequested = false;
     start();
     return true;
+}
+
+// Makes the context and the socket, if they are not there. False when too few open files are left for it.
+bool QorInterface::openContext()
+{
+    if (!canOpenFiles(filesInReserve + (m_socket ? 0 : filesOfAContext)))
+        return false;
+    if (!m_context)
+        m_context.emplace(ioThreads, maxSockets);
+    if (!m_socket)
+        m_socket = zmq::socket_t(*m_context, zmq::socket_type::sub);
+    return true;
+}
+
+// An IPv6 address goes in as it stands, without brackets.
+std::string QorInterface::endpointAt(const QString& ipAddress) const
+{
+    return (m_protocol + QStringLiteral("://") + ipAddress + QLatin1Char(':') + QString::number(m_port))
+        .toStdString();
 }
 
 void QorInterface::disconnectQor()
@@ -123,10 +157,19 @@ void QorInterface::disconnectSwallowingErrors(const char* caller)
     }
 }
 
+void QorInterface::announceStop()
+{
+    if (!m_session || m_grace)
+        return;
+    m_stopRequested = true;
+    m_grace.emplace(stopGraceMs, Qt::PreciseTimer);
+}
+
 void QorInterface::stopLoop()
 {
-    m_stopRequested = true;
-    msleep(stopGraceMs);
+    announceStop();
+    msleep(static_cast<unsigned long>(m_grace->remainingTime()));
+    m_grace.reset();
     wait();
     // For the thread sanitizer: it does not see that wait() joins the thread, but it sees that this line
     // reads what run() wrote last.
@@ -137,13 +180,16 @@ void QorInterface::beginSession()
 {
     m_session = new QObject(this);
     m_textsUnderWay = 0;
+    m_movedTo.reset();
+    m_hasMoved = false;
     // A queued signal instead of a posted lambda, because of the thread sanitizer: it does not see that Qt's
     // event queue separates the thread that fills a lambda from the thread that reads it. The arguments of a
     // signal are copied by Qt.
     connect(
         this, &QorInterface::textReceived, m_session, [this](const QByteArray& json) { deliver(json); },
         Qt::QueuedConnection);
-    // This arrives only from a loop that has failed: disconnecting ends the session before it arrives.
+    // This arrives only from a loop that has failed or whose stop was announced: disconnecting ends the
+    // session before it arrives.
     connect(
         this, &QThread::finished, m_session, [this] { processLoopFailed(); }, Qt::QueuedConnection);
 }
@@ -163,7 +209,7 @@ std::optional<zmq::error_t> QorInterface::leaveEndpoint()
 {
     std::optional<zmq::error_t> error;
     try {
-        m_socket.disconnect(m_endpoint.toStdString());
+        m_socket.disconnect(m_endpoint);
     } catch (const zmq::error_t& refused) {
         error = refused;
     }
@@ -236,10 +282,13 @@ void QorInterface::receiveUntilStopped()
 {
     std::array<char, receiveBufferSize> receiveBuffer {};
     zmq::message_t message(receiveBufferSize);
+    QDeadlineTimer patience(m_patience);
     while (!m_stopRequested) {
         // Only a few texts may wait for a slow GUI thread. The others stay in the socket, whose queue is
         // limited.
-        if (m_textsUnderWay < maxTextsUnderWay && m_socket.recv(message, zmq::recv_flags::dontwait)) {
+        const bool mustWait = m_textsUnderWay >= maxTextsUnderWay;
+        if (!mustWait && m_socket.recv(message, zmq::recv_flags::dontwait)) {
+            patience.setRemainingTime(m_patience);
             // A longer text is dropped whole, without a log line.
             if (const size_t size = message.size(); size < receiveBuffer.size()) {
                 std::memcpy(receiveBuffer.data(), message.data(), size);
@@ -248,7 +297,30 @@ void QorInterface::receiveUntilStopped()
                 emit textReceived(QByteArray(receiveBuffer.data()), QPrivateSignal());
             }
         }
+        if (!mustWait && (patience.hasExpired() || m_hasMoved)) {
+            beginAnew();
+            patience.setRemainingTime(m_patience);
+        }
         msleep(pollIntervalMs);
+    }
+}
+
+// On the link thread: goes on with a new socket and connection, and says nothing about it.
+void QorInterface::beginAnew()
+{
+    m_hasMoved = false;
+    std::string endpoint = m_endpoint;
+    if (const std::lock_guard lock(m_movedMutex); m_movedTo)
+        endpoint = *m_movedTo;
+    if (!canOpenFiles(filesInReserve))
+        return;
+    try {
+        zmq::socket_t fresh(*m_context, zmq::socket_type::sub);
+        subscribe(fresh, endpoint);
+        m_socket = std::move(fresh);
+        m_endpoint = endpoint;
+    } catch (const zmq::error_t&) {
+        // The old one stays until the next attempt.
     }
 }
 
@@ -267,10 +339,46 @@ void QorInterface::processLoopFailed()
 void QorInterface::processMessageArrived()
 {
     m_silenceTimer.start();
+    m_quiet.start();
     changeState(Connected);
 }
 
 void QorInterface::processSilence()
 {
     changeState(Disconnected);
+}
+
+void QorInterface::keepWatch()
+{
+    if (m_lookup) {
+        if (m_lookup->wait_for(std::chrono::seconds::zero()) == std::future_status::ready)
+            processAddressFound(std::exchange(m_lookup, std::nullopt)->get().address);
+        return;
+    }
+    if (m_quiet.hasExpired(m_patience.count())) {
+        m_quiet.start();
+        m_lookup = beginLookUp(m_device->host());
+    }
+}
+
+void QorInterface::processAddressFound(const QString& ipAddress)
+{
+    if (ipAddress.isEmpty() || state() == Connected)
+        return;
+    if (!m_session) {
+        try {
+            // Neither of them waits: the answer that has just come serves both.
+            m_device->updateIpAddress();
+            updateConnection();
+        } catch (const zmq::error_t& error) {
+            qDebug() << "QorInterface::processAddressFound():" << error.what();
+        }
+    } else if (ipAddress != m_ipAddress) {
+        {
+            const std::lock_guard lock(m_movedMutex);
+            m_movedTo = endpointAt(ipAddress);
+        }
+        m_hasMoved = true;
+        setIpAddress(ipAddress);
+    }
 }

@@ -13,13 +13,19 @@
 #include <QMenu>
 #include <QSettings>
 
+// Every unit counts, also one that is not monitored.
+bool MainWinQorMonitor::hasAlert() const
+{
+    for (int i = 0; i < m_deviceList->count(); ++i) {
+        if (m_deviceList->at(i)->alert())
+            return true;
+    }
+    return false;
+}
+
 void MainWinQorMonitor::processAlertChanged()
 {
-    // Every unit counts, also one that is not monitored.
-    bool alert = false;
-    for (int i = 0; i < m_deviceList->count() && !alert; ++i)
-        alert = m_deviceList->at(i)->alert();
-    if (!alert) {
+    if (!hasAlert()) {
         m_alarmSound.stop();
         return;
     }

@@ -7,29 +7,26 @@
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
-#include "mainwindow/messagecolour.h"
+#include "mainwindow/messagelist.h"
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
 #include "widgets/devicerow.h"
 
 #include <QDebug>
 #include <QDesktopServices>
+#include <QMessageBox>
 #include <QPointer>
 #include <QSettings>
 #include <QShortcut>
 #include <QUrl>
+
+#include <utility>
 
 namespace {
 
 constexpr int alertTimerIntervalMs = 1000;
 constexpr int updateCheckDelayMs = 2000;
 
-enum Column {
-    TimeColumn,
-    NameColumn,
-    TextColumn,
-    ColumnCount,
-};
 constexpr int timeColumnWidth = 150;
 constexpr int nameColumnWidth = 200;
 
@@ -43,6 +40,7 @@ MainWinQorMonitor::MainWinQorMonitor(QWidget* parent)
     , m_updateDialog(std::make_unique<DlgCheckForUpdates>(QStringLiteral("QorMonitor"), nullptr))
 {
     m_ui->setupUi(this);
+    m_messageList = std::make_unique<MessageList>(m_ui->treeWidget);
     m_updateDialog->addServerUrl(updateBaseUrl());
     createTrayIcon();
     createConnections();
@@ -79,6 +77,11 @@ void MainWinQorMonitor::connectDeviceList()
     connect(m_deviceList, &DeviceList::deviceStatesChanged, this, &MainWinQorMonitor::rebuildMessageList);
     connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::updateDevice);
     connect(m_deviceList, &DeviceList::alertChanged, this, &MainWinQorMonitor::processAlertChanged);
+    // Monitoring may have been switched. Behind updateDevice(), which still logs a unit that loses its rows.
+    connect(m_deviceList, &DeviceList::deviceChanged, this, &MainWinQorMonitor::rebuildMessageList);
+    connect(m_deviceList, &DeviceList::listChanged, this, &MainWinQorMonitor::processListChanged);
+    connect(m_deviceList, &DeviceList::openFilesExhausted, this,
+            &MainWinQorMonitor::processOpenFilesExhausted, Qt::QueuedConnection);
     connect(m_deviceList, &DeviceList::deviceChanged, m_deviceManager, &DlgDeviceManager::updateDevice);
     connect(m_deviceList, &DeviceList::listChanged, m_deviceManager, &DlgDeviceManager::rebuildList);
 }
@@ -157,36 +160,36 @@ void MainWinQorMonitor::loadDevices()
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
-    m_ui->treeWidget->setColumnWidth(TimeColumn, timeColumnWidth);
-    m_ui->treeWidget->setColumnWidth(NameColumn, nameColumnWidth);
+    m_ui->treeWidget->setColumnWidth(MessageList::TimeColumn, timeColumnWidth);
+    m_ui->treeWidget->setColumnWidth(MessageList::NameColumn, nameColumnWidth);
 }
 
 void MainWinQorMonitor::rebuildMessageList()
 {
-    m_ui->treeWidget->clear();
-    for (int i = 0; i < m_deviceList->count(); ++i) {
-        Device* device = m_deviceList->at(i);
-        if (device->monitored())
-            addMessageRows(device);
-    }
+    m_messageList->show(*m_deviceList);
 }
 
-void MainWinQorMonitor::addMessageRows(Device* device)
+void MainWinQorMonitor::processListChanged()
 {
-    const QJsonArray messages = device->messages();
-    for (const QJsonValue& message : messages) {
-        const QJsonObject object = message.toObject();
-        const auto text = [&object](const char* key) { return object.value(QLatin1String(key)).toString(); };
-        auto* row = new QTreeWidgetItem(0);
-        row->setText(TimeColumn, text("date") + QLatin1Char(' ') + text("time"));
-        row->setText(NameColumn, device->qorName());
-        row->setText(TextColumn, text("displaytext"));
-        if (const auto colour = messageColour(text("class"))) {
-            for (int column = 0; column < ColumnCount; ++column)
-                row->setBackground(column, QBrush(*colour));
-        }
-        addDeviceRow(m_ui->treeWidget, row, device);
-    }
+    rebuildMessageList();
+    if (!hasAlert())
+        m_alarmSound.stop();
+}
+
+void MainWinQorMonitor::processOpenFilesExhausted()
+{
+    if (std::exchange(m_isExhaustionTold, true))
+        return;
+    qWarning() << "MainWinQorMonitor::processOpenFilesExhausted() the system has no open files left";
+    auto* box = new QMessageBox(
+        QMessageBox::Warning, windowTitle(),
+        tr("Das System stellt nicht genügend offene Dateien für alle Geräte bereit.\n"
+           "Die Geräte mit der Meldung \"Verbindung getrennt\" werden zum Teil nicht überwacht."),
+        QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    // It must not stand in the way of the list.
+    box->setModal(false);
+    box->show();
 }
 
 void MainWinQorMonitor::updateDevice(Device* pDevice)
@@ -197,7 +200,7 @@ void MainWinQorMonitor::updateDevice(Device* pDevice)
         QTreeWidgetItem* row = m_ui->treeWidget->topLevelItem(i);
         if (!row || boundDevice(row) != pDevice)
             continue;
-        row->setData(NameColumn, Qt::DisplayRole, pDevice->qorName());
+        row->setData(MessageList::NameColumn, Qt::DisplayRole, pDevice->qorName());
         // No error: the windows trace at critical level, and people search the log for it.
         qCritical() << "update device" << pDevice->qorName();
     }
@@ -223,7 +226,7 @@ void MainWinQorMonitor::openSelectedRow()
     // Only what the user has really selected: a key typed as the window comes to the front opens nothing.
     const QList<QTreeWidgetItem*> selected = m_ui->treeWidget->selectedItems();
     if (!selected.isEmpty())
-        processTreeWidgetItemDoubleClicked(selected.first(), TimeColumn);
+        processTreeWidgetItemDoubleClicked(selected.first(), MessageList::TimeColumn);
 }
 
 void MainWinQorMonitor::exitApplication()

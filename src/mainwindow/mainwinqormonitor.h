@@ -14,6 +14,7 @@ class Device;
 class DeviceList;
 class DlgCheckForUpdates;
 class DlgDeviceManager;
+class MessageList;
 class QTreeWidgetItem;
 
 namespace Ui {
@@ -41,7 +42,7 @@ public:
 
     // Message list and dialogs, in mainwinqormonitor.cpp.
 
-    // Fills the message list anew from every monitored unit, in list order.
+    // Has the message list show what every monitored unit says now, in list order.
     void rebuildMessageList();
     // Shows the unit's present name in all of its rows.
     void updateDevice(Device* pDevice);
@@ -90,11 +91,14 @@ private:
     void restoreSettings();
     void loadDevices();
     void setUpViews();
-    void addMessageRows(Device* device);
+    void processListChanged();
+    void processOpenFilesExhausted();
+    bool hasAlert() const;
     void openSelectedRow();
     void createTrayIcon();
 
     std::unique_ptr<Ui::MainWinQorMonitor> m_ui;
+    std::unique_ptr<MessageList> m_messageList;
     DeviceList* m_deviceList;
     DlgDeviceManager* m_deviceManager;
     // Fires every second, but nothing is connected to it: its highlight is never switched on.
@@ -111,5 +115,6 @@ private:
     QMenu* m_trayMenu = nullptr;
     std::unique_ptr<QAction> m_openAction;
     bool m_useAudio = true;
+    bool m_isExhaustionTold = false;
     std::unique_ptr<DlgCheckForUpdates> m_updateDialog;
 };

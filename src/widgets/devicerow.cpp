@@ -51,12 +51,17 @@ private:
 
 } // namespace
 
-void addDeviceRow(QTreeWidget* tree, QTreeWidgetItem* row, Device* device)
+void insertDeviceRow(QTreeWidget* tree, int index, QTreeWidgetItem* row, Device* device)
 {
     QObject::connect(device, &QObject::destroyed, DestroyedDevices::of(tree), &DestroyedDevices::forget,
                      Qt::UniqueConnection);
     bindDevice(row, device);
-    tree->addTopLevelItem(row);
+    tree->insertTopLevelItem(index, row);
+}
+
+void addDeviceRow(QTreeWidget* tree, QTreeWidgetItem* row, Device* device)
+{
+    insertDeviceRow(tree, tree->topLevelItemCount(), row, device);
 }
 
 Device* boundDevice(const QTreeWidgetItem* row)

@@ -32,10 +32,11 @@ private slots:
         row(DeviceList::staticMetaObject,
             { "signal listChanged()"_s, "signal listRead()"_s, "signal listCleared()"_s,
               "signal deviceChanged(Device*)"_s, "signal activateWindow()"_s,
-              "signal deviceStatesChanged()"_s, "signal alertChanged()"_s });
+              "signal deviceStatesChanged()"_s, "signal alertChanged()"_s, "signal openFilesExhausted()"_s });
         row(QorInterface::staticMetaObject,
             { "signal receiveQorMessage(QByteArray)"_s, "signal connectStateChanged()"_s,
               "signal hostChanged(QString)"_s, "signal portChanged()"_s, "signal ipAddressChanged(QString)"_s,
+              "signal openFilesExhausted()"_s,
               // Behind those for others, the one for itself.
               "signal textReceived(QByteArray)"_s });
         row(FileDownloader::staticMetaObject,

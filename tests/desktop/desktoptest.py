@@ -25,6 +25,10 @@ def program():
     return _arguments.program
 
 
+def simulator():
+    return _arguments.simulator
+
+
 class DesktopTest(unittest.TestCase):
     longMessage = True
     tray = True
