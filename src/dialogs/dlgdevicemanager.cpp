@@ -6,6 +6,7 @@
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
 #include "widgets/devicerow.h"
+#include "widgets/onelinedelegate.h"
 
 #include <QDebug>
 #include <QMessageBox>
@@ -55,6 +56,7 @@ DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
     , m_mainWindow(parent)
 {
     m_ui->setupUi(this);
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
     // List order until the user clicks a header.
     m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
     // Shows a port as it is typed. Another locale may show 5566 as "5.566" or in other digits.

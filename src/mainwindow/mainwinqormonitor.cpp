@@ -11,6 +11,7 @@
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
 #include "widgets/devicerow.h"
+#include "widgets/onelinedelegate.h"
 
 #include <QDebug>
 #include <QDesktopServices>
@@ -157,6 +158,7 @@ void MainWinQorMonitor::loadDevices()
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
     m_ui->treeWidget->setColumnWidth(TimeColumn, timeColumnWidth);
     m_ui->treeWidget->setColumnWidth(NameColumn, nameColumnWidth);
 }
