@@ -10,6 +10,7 @@
 
 #include <QDebug>
 #include <QMessageBox>
+#include <QSettings>
 
 namespace {
 
@@ -136,7 +137,7 @@ void DlgDeviceManager::on_pushButtonRemove_clicked()
     // The entry fields and the buttons stay: they may hold another unit, or what the user is typing.
     device->setMonitored(false);
     m_mainWindow->deviceList()->removeDevice(device);
-    m_mainWindow->deviceList()->save();
+    reportSave(m_mainWindow->deviceList()->save());
 }
 
 void DlgDeviceManager::on_pushButtonAddHost_clicked()
@@ -149,8 +150,9 @@ void DlgDeviceManager::on_pushButtonAddHost_clicked()
         showDuplicateWarning();
         return;
     }
-    list->save();
+    const bool isSaved = list->save();
     resetEntry();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonChangeHost_clicked()
@@ -172,8 +174,9 @@ void DlgDeviceManager::on_pushButtonChangeHost_clicked()
     device->setZmqPort(changed.zmqPort);
     device->setWebPort(changed.webPort);
     device->setWebScheme(changed.webScheme);
-    list->save();
+    const bool isSaved = list->save();
     resetEntry();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonMonitor_clicked()
@@ -192,8 +195,9 @@ void DlgDeviceManager::setCurrentMonitored(bool on)
         return;
     DeviceList* list = m_mainWindow->deviceList();
     list->setMonitored(currentDevice(m_ui->treeWidget), on);
-    list->save();
+    const bool isSaved = list->save();
     updateActions();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonRefresh_clicked()
@@ -216,8 +220,9 @@ void DlgDeviceManager::on_treeWidget_itemDoubleClicked(QTreeWidgetItem* item, in
     if (!device)
         return;
     device->setMonitored(!device->monitored());
-    m_mainWindow->deviceList()->save();
+    const bool isSaved = m_mainWindow->deviceList()->save();
     updateActions();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_treeWidget_itemClicked(QTreeWidgetItem* item, int column)
@@ -255,4 +260,19 @@ void DlgDeviceManager::showDuplicateWarning()
 {
     QMessageBox::warning(this, windowTitle(), tr("Dieser Host/Port existiert bereits in der Liste!"),
                          QMessageBox::Ok);
+}
+
+void DlgDeviceManager::reportSave(bool isSaved)
+{
+    if (isSaved)
+        return;
+    QMessageBox::warning(
+        this, windowTitle(),
+        tr("Die Geräteliste konnte nicht gespeichert werden:\n%1\n\nDie Änderung gilt nur, bis der Monitor "
+           "beendet wird. Bitte prüfen Sie, ob der Datenträger voll, der Ordner schreibgeschützt oder die "
+           "Datei "
+           "durch ein anderes Programm gesperrt ist. Ist das behoben, wird die ganze Liste mit der nächsten "
+           "Änderung gespeichert.")
+            .arg(QSettings().fileName()),
+        QMessageBox::Ok);
 }

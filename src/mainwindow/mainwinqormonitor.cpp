@@ -2,6 +2,7 @@
 #include "mainwindow/mainwinqormonitor.h"
 
 #include "base/version.h"
+#include "base/writesettings.h"
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "dialogs/dlgabout.h"
@@ -233,8 +234,7 @@ void MainWinQorMonitor::exitApplication()
     if (!m_ui->actionExit->isEnabled())
         return;
     // Here and nowhere else: a run that ends any other way keeps the geometry stored before.
-    QSettings settings;
-    settings.setValue(SettingsKeys::geometry, saveGeometry());
+    writeSettings([this](QSettings& settings) { settings.setValue(SettingsKeys::geometry, saveGeometry()); });
     QCoreApplication::quit();
 }
 
