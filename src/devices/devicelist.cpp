@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "devices/devicelist.h"
 
+#include "base/writesettings.h"
 #include "devices/device.h"
 #include "link/hostlookup.h"
 #include "link/qorinterface.h"
@@ -139,15 +140,16 @@ void DeviceList::load()
     emit listRead();
 }
 
-void DeviceList::save()
+bool DeviceList::save()
 {
-    QSettings settings;
-    for (int i = 0; i < count(); ++i) {
-        settings.beginGroup(groupName(i));
-        at(i)->save(settings);
-        settings.endGroup();
-    }
-    // Only the one group behind the last unit goes: loading stops at the first gap, and what lies further
-    // behind is overwritten when the list grows back to it.
-    settings.remove(groupName(count()));
+    return writeSettings([this](QSettings& settings) {
+        for (int i = 0; i < count(); ++i) {
+            settings.beginGroup(groupName(i));
+            at(i)->save(settings);
+            settings.endGroup();
+        }
+        // Only the one group behind the last unit goes: loading stops at the first gap, and what lies further
+        // behind is overwritten when the list grows back to it.
+        settings.remove(groupName(count()));
+    });
 }

@@ -50,8 +50,8 @@ public:
     // Replaces the list by the units of the default settings store. Emits listChanged for each, then
     // listRead. Throws zmq::error_t when the link of a monitored unit refuses its endpoint.
     void load();
-    // Writes the list to the default settings store.
-    void save();
+    // Writes the list to the default settings store. Returns whether it is stored there.
+    bool save();
 
 signals:
     void listChanged();

@@ -4,6 +4,7 @@
 
 #include "devices/devicelist.h"
 #include "devices/devicemessages.h"
+#include "devices/repeatedkeys.h"
 #include "link/qorinterface.h"
 
 #include <QDebug>
@@ -37,7 +38,7 @@ void Device::processQorMessage(const QByteArray& json)
         return;
     }
     QJsonParseError error {};
-    const QJsonObject object = QJsonDocument::fromJson(json, &error).object();
+    const QJsonObject object = QJsonDocument::fromJson(withoutRepeatedContainers(json), &error).object();
     if (error.error != QJsonParseError::NoError) {
         qWarning().noquote() << "Device::processQorMessage() parse error" << error.errorString()
                              << "at offset" << error.offset << "\nMessage:" << json;

@@ -7,9 +7,11 @@
 #include "mainwindow/mainwinqormonitor.h"
 #include "ui_dlgdevicemanager.h"
 #include "widgets/devicerow.h"
+#include "widgets/onelinedelegate.h"
 
 #include <QDebug>
 #include <QMessageBox>
+#include <QSettings>
 
 namespace {
 
@@ -56,6 +58,7 @@ DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
     , m_mainWindow(parent)
 {
     m_ui->setupUi(this);
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
     // List order until the user clicks a header.
     m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
     // Shows a port as it is typed. Another locale may show 5566 as "5.566" or in other digits.
@@ -135,7 +138,7 @@ void DlgDeviceManager::on_pushButtonRemove_clicked()
     // The entry fields and the buttons stay: they may hold another unit, or what the user is typing.
     device->setMonitored(false);
     m_mainWindow->deviceList()->removeDevice(device);
-    m_mainWindow->deviceList()->save();
+    reportSave(m_mainWindow->deviceList()->save());
 }
 
 void DlgDeviceManager::on_pushButtonAddHost_clicked()
@@ -148,8 +151,9 @@ void DlgDeviceManager::on_pushButtonAddHost_clicked()
         showDuplicateWarning();
         return;
     }
-    list->save();
+    const bool isSaved = list->save();
     resetEntry();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonChangeHost_clicked()
@@ -171,8 +175,9 @@ void DlgDeviceManager::on_pushButtonChangeHost_clicked()
     device->setZmqPort(changed.zmqPort);
     device->setWebPort(changed.webPort);
     device->setWebScheme(changed.webScheme);
-    list->save();
+    const bool isSaved = list->save();
     resetEntry();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonMonitor_clicked()
@@ -191,8 +196,9 @@ void DlgDeviceManager::setCurrentMonitored(bool on)
         return;
     DeviceList* list = m_mainWindow->deviceList();
     list->setMonitored(currentDevice(m_ui->treeWidget), on);
-    list->save();
+    const bool isSaved = list->save();
     updateActions();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_pushButtonRefresh_clicked()
@@ -220,8 +226,9 @@ void DlgDeviceManager::on_treeWidget_itemDoubleClicked(QTreeWidgetItem* item, in
     if (!device)
         return;
     device->setMonitored(!device->monitored());
-    m_mainWindow->deviceList()->save();
+    const bool isSaved = m_mainWindow->deviceList()->save();
     updateActions();
+    reportSave(isSaved);
 }
 
 void DlgDeviceManager::on_treeWidget_itemClicked(QTreeWidgetItem* item, int column)
@@ -259,4 +266,19 @@ void DlgDeviceManager::showDuplicateWarning()
 {
     QMessageBox::warning(this, windowTitle(), tr("Dieser Host/Port existiert bereits in der Liste!"),
                          QMessageBox::Ok);
+}
+
+void DlgDeviceManager::reportSave(bool isSaved)
+{
+    if (isSaved)
+        return;
+    QMessageBox::warning(
+        this, windowTitle(),
+        tr("Die Geräteliste konnte nicht gespeichert werden:\n%1\n\nDie Änderung gilt nur, bis der Monitor "
+           "beendet wird. Bitte prüfen Sie, ob der Datenträger voll, der Ordner schreibgeschützt oder die "
+           "Datei "
+           "durch ein anderes Programm gesperrt ist. Ist das behoben, wird die ganze Liste mit der nächsten "
+           "Änderung gespeichert.")
+            .arg(QSettings().fileName()),
+        QMessageBox::Ok);
 }

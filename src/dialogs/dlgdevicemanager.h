@@ -59,6 +59,8 @@ private:
     Entry entry() const;
     void resetEntry();
     void showDuplicateWarning();
+    // Tells the user when the list could not be saved. To be called last: the box is an event loop.
+    void reportSave(bool isSaved);
     void setCurrentMonitored(bool on);
 
     std::unique_ptr<Ui::DlgDeviceManager> m_ui;

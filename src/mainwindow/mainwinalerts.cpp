@@ -2,6 +2,7 @@
 // The part of the main window that calls for attention: alarm, acknowledgement and tray.
 #include "mainwindow/mainwinqormonitor.h"
 
+#include "base/writesettings.h"
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "dialogs/dlgcheckforupdates.h"
@@ -62,8 +63,7 @@ void MainWinQorMonitor::toggleUseAudio()
     if (!m_alarmSound.isFinished() && !m_useAudio)
         m_alarmSound.stop();
     updateActions();
-    QSettings settings;
-    settings.setValue(SettingsKeys::useAudio, m_useAudio);
+    writeSettings([this](QSettings& settings) { settings.setValue(SettingsKeys::useAudio, m_useAudio); });
 }
 
 void MainWinQorMonitor::showWindow(bool force)

@@ -2,6 +2,7 @@
 #include "mainwindow/mainwinqormonitor.h"
 
 #include "base/version.h"
+#include "base/writesettings.h"
 #include "devices/device.h"
 #include "devices/devicelist.h"
 #include "dialogs/dlgabout.h"
@@ -11,6 +12,7 @@
 #include "mainwindow/settingskeys.h"
 #include "ui_mainwinqormonitor.h"
 #include "widgets/devicerow.h"
+#include "widgets/onelinedelegate.h"
 
 #include <QDebug>
 #include <QDesktopServices>
@@ -160,6 +162,7 @@ void MainWinQorMonitor::loadDevices()
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
     m_ui->treeWidget->setColumnWidth(MessageList::TimeColumn, timeColumnWidth);
     m_ui->treeWidget->setColumnWidth(MessageList::NameColumn, nameColumnWidth);
 }
@@ -234,8 +237,7 @@ void MainWinQorMonitor::exitApplication()
     if (!m_ui->actionExit->isEnabled())
         return;
     // Here and nowhere else: a run that ends any other way keeps the geometry stored before.
-    QSettings settings;
-    settings.setValue(SettingsKeys::geometry, saveGeometry());
+    writeSettings([this](QSettings& settings) { settings.setValue(SettingsKeys::geometry, saveGeometry()); });
     QCoreApplication::quit();
 }
 

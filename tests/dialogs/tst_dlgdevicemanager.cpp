@@ -280,6 +280,18 @@ private slots:
         QVERIFY(painted.texts.contains("-1"_s));
     }
 
+    void rowsAreOneLineHigh()
+    {
+        ManagedWindow managed;
+        const QString name = "QOR"_s + QString(300, QLatin1Char('\n')) + "2"_s;
+        addNamed(managed, { "QOR-1"_s, name });
+        QVERIFY(managed.show());
+        const QTreeWidget* tree = managed.tree();
+        QCOMPARE(tree->visualItemRect(tree->topLevelItem(1)).height(),
+                 tree->visualItemRect(tree->topLevelItem(0)).height());
+        QCOMPARE(managed.column(5), "QOR-1|"_s + name);
+    }
+
     void sortingLeavesTheListAlone()
     {
         ManagedWindow managed;

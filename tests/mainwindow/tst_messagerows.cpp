@@ -10,6 +10,7 @@
 
 #include <QBrush>
 #include <QPointer>
+#include <QStyledItemDelegate>
 #include <QTextBrowser>
 #include <QtTest>
 
@@ -64,6 +65,38 @@ private slots:
         m_window->rebuildMessageList();
         QCOMPARE(column(1).join(QString()), "ZZC"_s);
         QCOMPARE(column(2), texts);
+    }
+
+    void rowIsOneLineHigh_data()
+    {
+        QTest::addColumn<QString>("separator");
+        for (const char* name : { "000a", "000b", "000c", "000d", "0085", "2028", "2029" })
+            QTest::newRow(name) << QString(QChar(QByteArray(name).toUShort(nullptr, 16)));
+        QTest::newRow("000d 000a") << "\r\n"_s;
+    }
+
+    void rowIsOneLineHigh()
+    {
+        QFETCH(const QString, separator);
+        const QString text = "Lüfter"_s + separator.repeated(300) + "steht"_s;
+        const QJsonObject longWarning { { "date"_s, text }, { "time"_s, text }, { "displaytext"_s, text } };
+        Device* unit = addUnlinkedUnit();
+        unit->processQorMessage(statusReport("B"_s, { warning("Lüfter steht"_s), longWarning }));
+        const auto height
+            = [this](int row) { return messages()->visualItemRect(messages()->topLevelItem(row)).height(); };
+        m_window->show();
+        QCOMPARE(messages()->topLevelItemCount(), 3);
+        QCOMPARE(height(2), height(1));
+        // Only what is drawn is another text.
+        QCOMPARE(column(0).last(), text + QLatin1Char(' ') + text);
+        QCOMPARE(column(2).last(), text);
+        unit->setQorName(text);
+        QCOMPARE(height(0), height(1));
+        QCOMPARE(column(1).last(), text);
+        const QAbstractItemDelegate* delegate = messages()->itemDelegate();
+        const auto* drawing = qobject_cast<const QStyledItemDelegate*>(delegate);
+        QCOMPARE(drawing->displayText(text, QLocale::c()),
+                 "Lüfter"_s + QString(300 * separator.size(), QLatin1Char(' ')) + "steht"_s);
     }
 
     void updateOfNoUnitTouchesNoRow()

@@ -73,6 +73,15 @@ void toggleMonitoring(const QWidget* window)
     emit tree->itemDoubleClicked(tree->topLevelItem(0), 0);
 }
 
+// Adds a unit on the loopback address, as a click on "Hinzufügen" does, and with the save that follows.
+void addUnit(const QWidget* window, const QByteArray& zmqPort)
+{
+    const auto* manager = window->findChild<QWidget*>(QStringLiteral("DlgDeviceManager"));
+    manager->findChild<QLineEdit*>(QStringLiteral("lineEditNewHost"))->setText(QStringLiteral("127.0.0.1"));
+    manager->findChild<QLineEdit*>(QStringLiteral("lineEditPort"))->setText(QString::fromUtf8(zmqPort));
+    manager->findChild<QPushButton*>(QStringLiteral("pushButtonAddHost"))->click();
+}
+
 } // namespace
 
 class MonitorDriver : public QObject {
@@ -141,9 +150,11 @@ private:
         if (order == "modal")
             return modalWindow();
         const QList<QByteArray> words = order.split(' ');
-        if (words.size() > 1)
+        if (words.first() == "add")
+            addUnit(window, words.value(1));
+        else if (words.size() > 1)
             return work(window->findChild<QObject*>(QString::fromUtf8(words.at(1))), words);
-        if (order == "minimise")
+        else if (order == "minimise")
             window->showMinimized();
         else if (order == "close")
             window->close();

@@ -33,8 +33,10 @@ void MonitorHome::writeUnit(int index, int zmqPort, bool monitored) const
 MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& arguments,
                                const QString& messagePattern)
 {
-    // No test asks the update server.
-    home.writeSetting(QStringLiteral("AutoCheckUpdates"), false);
+    // No test asks the update server. Written once: a store that a test has spoilt or locked is to stay so.
+    const auto autoCheck = QStringLiteral("AutoCheckUpdates");
+    if (!home.setting(autoCheck).isValid())
+        home.writeSetting(autoCheck, false);
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
@@ -86,6 +88,12 @@ QByteArray MonitorProcess::order(const QByteArray& text)
     while (isRunning() && !m_process.canReadLine() && elapsed.elapsed() < timeoutMs)
         m_process.waitForReadyRead(100);
     return m_process.readLine().trimmed();
+}
+
+void MonitorProcess::send(const QByteArray& orders)
+{
+    m_process.write(orders);
+    m_process.waitForBytesWritten(timeoutMs);
 }
 
 bool MonitorProcess::kill()

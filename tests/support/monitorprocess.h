@@ -45,6 +45,10 @@ public:
     bool waitForWindow();
     // Gives one order of the driver plugin to the running program and returns its answer.
     QByteArray order(const QByteArray& text);
+    // Gives orders, one a line, and waits for no answer.
+    void send(const QByteArray& orders);
+    // How many answers have come that order() has not returned.
+    int answersLeft() { return m_process.readAllStandardOutput().count('\n'); }
     // Ends the program as the system would: at once, with nothing tidied up.
     bool kill();
 
