@@ -319,9 +319,10 @@ private slots:
     {
         Downloader downloader;
         downloader.start(HttpAnswer::ok("content").held(0));
-        const auto* patience = downloader.currentReply()->findChild<QTimer*>();
-        QVERIFY(patience && patience->isActive());
-        QCOMPARE(patience->interval(), 60000);
+        const auto timers = downloader.currentReply()->findChildren<QTimer*>();
+        QVERIFY(std::any_of(timers.cbegin(), timers.cend(), [](const QTimer* timer) {
+            return timer->isActive() && timer->interval() == 60000;
+        }));
     }
 
     void whatArrivesRestartsTheTime()
