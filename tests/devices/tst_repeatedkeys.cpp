@@ -13,7 +13,12 @@
 
 namespace {
 
+// A sanitizer makes them slow.
+#ifdef __SANITIZE_ADDRESS__
+constexpr int randomTexts = 500;
+#else
 constexpr int randomTexts = 20000;
+#endif
 constexpr int lossyParses = 10000;
 constexpr int allowedGrowthKiB = 10 * 1024;
 
