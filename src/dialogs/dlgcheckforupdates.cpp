@@ -2,6 +2,7 @@
 #include "dialogs/dlgcheckforupdates.h"
 
 #include "base/version.h"
+#include "base/writesettings.h"
 #include "dialogs/dlgdownloadmonitor.h"
 #include "dialogs/filedownloader.h"
 #include "dialogs/updatesignature.h"
@@ -119,7 +120,9 @@ void DlgCheckForUpdates::on_pushButtonCheckNow_clicked()
 
 void DlgCheckForUpdates::on_checkBoxAutoCheck_clicked()
 {
-    QSettings().setValue(autoCheckKey, m_ui->checkBoxAutoCheck->isChecked());
+    writeSettings([this](QSettings& settings) {
+        settings.setValue(autoCheckKey, m_ui->checkBoxAutoCheck->isChecked());
+    });
 }
 
 void DlgCheckForUpdates::updateActions()
