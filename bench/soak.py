@@ -101,7 +101,8 @@ class Soak:
 
     def units(self, names, port=0):
         """A simulator with these units, and their ports behind it."""
-        words = [word for name in names for word in ("--unit", f"key={name},name={name},port={port}")]
+        fields = [f"key=unit{i},name={name},port={port}" for i, name in enumerate(names)]
+        words = [word for unit in fields for word in ("--unit", unit)]
         # One file for each connection of each unit.
         process = self.processes.start(
             ["prlimit", "--nofile=16384", self.simulator, "--stay", *words],

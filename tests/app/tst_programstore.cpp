@@ -94,7 +94,7 @@ private slots:
             for (int i = 0; i < addedUnits; ++i)
                 orders += addOrder(firstPort + storedUnits + i) + '\n';
             monitor.send(orders);
-            QTest::qSleep(QRandomGenerator::global()->bounded(150));
+            QTest::qSleep(QRandomGenerator::global()->bounded(1, 150));
             QVERIFY(monitor.kill());
             const int acknowledged = storedUnits + monitor.answersLeft();
             const int stored = wholeUnits(home);

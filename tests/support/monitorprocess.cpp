@@ -2,6 +2,7 @@
 #include "support/monitorprocess.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QSettings>
 #include <QTest>
 
@@ -51,6 +52,9 @@ MonitorProcess::MonitorProcess(const MonitorHome& home, const QStringList& argum
         environment.insert(QLatin1String(variable), home.path());
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path(QStringLiteral("config")));
     m_process.setProcessEnvironment(environment);
+    // A file and no pipe: what a program that has ended wrote last is there for sure.
+    m_logFile.open();
+    m_process.setStandardErrorFile(m_logFile.fileName());
     m_process.start(QStringLiteral(MONITOR_PROGRAM),
                     QStringList { QStringLiteral("-plugin"), QStringLiteral("monitordriver") } + arguments);
 }
@@ -71,8 +75,15 @@ int MonitorProcess::waitForExitCode()
 
 QString MonitorProcess::log()
 {
-    m_log += m_process.readAllStandardError();
-    return QString::fromUtf8(Platform::withLineFeeds(m_log));
+    QFile file(m_logFile.fileName());
+    file.open(QIODevice::ReadOnly);
+    return QString::fromUtf8(Platform::withLineFeeds(file.readAll()));
+}
+
+bool MonitorProcess::logs(const QString& line)
+{
+    const auto isLogged = [&] { return log().split(QLatin1Char('\n')).contains(line); };
+    return isRunning() ? QTest::qWaitFor(isLogged, lineTimeoutMs) : isLogged();
 }
 
 bool MonitorProcess::waitForWindow()

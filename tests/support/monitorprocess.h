@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 
 // The folder that monitors see as their user's: settings, temporary files and with them the instance name.
 class MonitorHome {
@@ -28,6 +29,7 @@ private:
 class MonitorProcess {
 public:
     static constexpr int timeoutMs = 20000;
+    static constexpr int lineTimeoutMs = 2000;
 
     // Each message is logged by the pattern, if there is one; else as Qt does by itself.
     explicit MonitorProcess(const MonitorHome& home, const QStringList& arguments = {},
@@ -40,7 +42,8 @@ public:
     int waitForExitCode();
     // What the program has logged so far.
     QString log();
-    bool logs(const QString& line) { return log().split(QLatin1Char('\n')).contains(line); }
+    // Whether it has logged this line; a running program is given a moment for it.
+    bool logs(const QString& line);
     // True once the event loop has answered while the window was shown.
     bool waitForWindow();
     // Gives one order of the driver plugin to the running program and returns its answer.
@@ -54,5 +57,5 @@ public:
 
 private:
     QProcess m_process;
-    QByteArray m_log;
+    QTemporaryFile m_logFile;
 };
