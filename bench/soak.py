@@ -198,7 +198,7 @@ class Soak:
         time.sleep(1)
         after = self.counts()
         self.exit()
-        assert after[1:] == before[1:], (before, after)
+        assert after[1] <= before[1] and after[2] <= before[2], (before, after)
         return f"{times} returns heard, the slowest after {slowest:.1f} s; kB, threads, files {before} -> {after}"
 
     def hostile_texts(self, count=10000):

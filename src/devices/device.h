@@ -51,11 +51,11 @@ public:
     void setMonitored(bool monitored);
 
     // Both work in the current group of the settings. A missing key loads as an empty, zero or false value,
-    // not as the initial one, and the stored address gives way to a fresh lookup.
+    // not as the initial one, and the stored address gives way to a lookup.
     void save(QSettings& settings) const;
     void load(QSettings& settings);
 
-    // Clears the address and looks the host up afresh; blocks.
+    // Clears the address and looks the host up; blocks, if there is no answer of the last seconds.
     void updateIpAddress();
 
     // The German text of the status column.

@@ -40,7 +40,6 @@ bool FileDownloader::download(const QUrl& url, qint64 sizeLimit)
     auto* patience = new QTimer(m_reply);
     connect(patience, &QTimer::timeout, m_reply, &QNetworkReply::abort);
     connect(m_reply, &QNetworkReply::readyRead, patience, [patience] { patience->start(); });
-    connect(m_reply, &QNetworkReply::finished, patience, &QTimer::stop);
     patience->setSingleShot(true);
     patience->start(m_timeoutMs);
     const auto keepLimit = [reply = m_reply, sizeLimit] {

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <vector>
 
 void raiseOpenFileLimit()
@@ -18,6 +19,9 @@ void raiseOpenFileLimit()
 
 bool canOpenFiles(int count)
 {
+    // Of many links that look at the same moment, none must see the files that another one has opened.
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
     std::vector<int> files;
     while (static_cast<int>(files.size()) < count) {
         const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);

@@ -133,8 +133,7 @@ bool QorInterface::leave()
     // An idle link has nothing to leave. The call still counts, so that a connect that is under way stops.
     if (!m_session)
         return takeSteps();
-    qDebug() << "QorInterface::disconnectQor()";
-    m_silenceTimer.stop();
+    announceStop();
     stopLoop();
     endSession();
     const std::optional<zmq::error_t> error = leaveEndpoint();
@@ -161,13 +160,14 @@ void QorInterface::announceStop()
 {
     if (!m_session || m_grace)
         return;
+    qDebug() << "QorInterface::disconnectQor()";
+    m_silenceTimer.stop();
     m_stopRequested = true;
     m_grace.emplace(stopGraceMs, Qt::PreciseTimer);
 }
 
 void QorInterface::stopLoop()
 {
-    announceStop();
     msleep(static_cast<unsigned long>(m_grace->remainingTime()));
     m_grace.reset();
     wait();
@@ -368,7 +368,8 @@ void QorInterface::processAddressFound(const QString& ipAddress)
     if (!m_session) {
         try {
             // Neither of them waits: the answer that has just come serves both.
-            m_device->updateIpAddress();
+            if (ipAddress != m_device->ipAddress())
+                m_device->updateIpAddress();
             updateConnection();
         } catch (const zmq::error_t& error) {
             qDebug() << "QorInterface::processAddressFound():" << error.what();

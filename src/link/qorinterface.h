@@ -30,7 +30,7 @@ class Device;
 // A unit that lost its power has not said good-bye, and ZeroMQ gives up an endpoint where something else has
 // answered. So a link that has heard nothing for the patience, 30 s, begins anew on a fresh socket, and
 // again after each further 30 s. Meanwhile it looks the unit's name up and follows it to another address, or
-// connects when there had been none. None of this changes the state.
+// connects when there had been none. Only a link that had no connection changes its state by that.
 class QorInterface : public QThread {
     Q_OBJECT
 
@@ -59,9 +59,8 @@ public:
     // Resolves the host (blocking) and subscribes to everything that it publishes on the TCP port. A link
     // in use is disconnected first. False when the host has no address, when the system has no open files
     // left, or when a listener has connected or disconnected the link meanwhile: the call of the listener
-    // wins. Throws zmq::error_t when the old
-    // endpoint cannot be left, when no socket can be created, or when the new endpoint is refused. The link
-    // is then Disconnected.
+    // wins. Throws zmq::error_t when the old endpoint cannot be left, when no socket can be created, or when
+    // the new endpoint is refused. The link is then Disconnected.
     bool connectQor(const QString& host, int port);
 
     // Stops the thread, waits for it and leaves the endpoint; nothing for an idle link. Takes at least
@@ -73,7 +72,7 @@ public:
     // 100 ms, so that many links that end together take this time once.
     void announceStop();
 
-    // For tests. Must be called before connectQor().
+    // For tests. Must be called before the unit is monitored.
     void setPatience(std::chrono::milliseconds patience) { m_patience = patience; }
 
     void setHost(const QString& strHost);

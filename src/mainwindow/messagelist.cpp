@@ -27,6 +27,22 @@ QTreeWidgetItem* makeRow(const QJsonObject& message, const QString& name)
     return row;
 }
 
+void copyRow(const QTreeWidgetItem* from, QTreeWidgetItem* to)
+{
+    for (int column = 0; column < MessageList::ColumnCount; ++column) {
+        to->setText(column, from->text(column));
+        to->setData(column, Qt::BackgroundRole, from->data(column, Qt::BackgroundRole));
+    }
+}
+
+void removeRow(QTreeWidget* tree, int index)
+{
+    // Qt would select the row behind it, which may be another unit's.
+    if (tree->currentItem() == tree->topLevelItem(index))
+        tree->setCurrentItem(nullptr);
+    delete tree->takeTopLevelItem(index);
+}
+
 bool showTheSame(const QTreeWidgetItem* left, const QTreeWidgetItem* right)
 {
     for (int column = 0; column < MessageList::ColumnCount; ++column) {
@@ -71,10 +87,10 @@ void MessageList::truncate(int units, int rows)
 {
     m_shown.resize(units);
     while (m_tree->topLevelItemCount() > rows)
-        delete m_tree->takeTopLevelItem(m_tree->topLevelItemCount() - 1);
+        removeRow(m_tree, m_tree->topLevelItemCount() - 1);
 }
 
-// Exchanges the rows between the first and the last that have changed.
+// Changes what lies between the rows at the beginning and at the end that stay the same.
 void MessageList::showMessages(Shown& shown, int firstRow, Device* device)
 {
     const QJsonArray messages = device->messages();
@@ -92,13 +108,17 @@ void MessageList::showMessages(Shown& shown, int firstRow, Device* device)
                           rows.at(rows.size() - 1 - behind)))
         ++behind;
 
-    for (int i = shown.rows - behind - 1; i >= before; --i)
-        delete m_tree->takeTopLevelItem(firstRow + i);
+    const int kept = same - behind;
+    for (int i = shown.rows - behind - 1; i >= kept; --i)
+        removeRow(m_tree, firstRow + i);
     for (int i = 0; i < rows.size(); ++i) {
-        if (i < before || i >= rows.size() - behind)
-            delete rows.at(i);
-        else
+        if (i >= kept && i < rows.size() - behind) {
             insertDeviceRow(m_tree, firstRow + i, rows.at(i), device);
+            continue;
+        }
+        if (i >= before && i < kept)
+            copyRow(rows.at(i), m_tree->topLevelItem(firstRow + i));
+        delete rows.at(i);
     }
     shown.revision = device->revision();
     shown.rows = rows.size();

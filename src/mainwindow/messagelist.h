@@ -9,7 +9,7 @@ class QTreeWidget;
 
 // The rows of the message list: one for each monitor message of each monitored unit, in the order of the
 // units and of their messages. What has not changed keeps its row, so that selection and scroll position
-// stay, and one unit's news costs no more in a long list.
+// stay, and one unit's news costs no more in a long list. A selection that loses its row is gone.
 class MessageList {
 public:
     enum Column {

@@ -56,6 +56,25 @@ private slots:
         QCOMPARE(messages()->topLevelItem(0), row);
     }
 
+    void selectionStaysWithItsUnit()
+    {
+        Device* first = addUnlinkedUnit();
+        Device* second = addUnlinkedUnit();
+        first->setWarnings({ warning("Lüfter"_s) });
+        second->setWarnings({ warning("Tür"_s) });
+        messages()->setCurrentItem(messages()->topLevelItem(1));
+        second->setWarnings({ warning("Netzteil"_s) });
+        QCOMPARE(selected(), QStringList("Lüfter"_s));
+        first->setWarnings({ warning("Kühlung"_s) });
+        QCOMPARE(selected(), QStringList("Kühlung"_s));
+        // What had been selected is gone, and not replaced by another unit's row.
+        first->setWarnings({});
+        QCOMPARE(selected(), QStringList());
+        messages()->setCurrentItem(messages()->topLevelItem(0));
+        units().removeDevice(first);
+        QCOMPARE(selected(), QStringList());
+    }
+
     void alarmEndsWithTheLastUnitThatNeedsAttention()
     {
         ring();
@@ -97,6 +116,15 @@ private slots:
     }
 
 private:
+    QStringList selected() const
+    {
+        QStringList texts;
+        const QList<QTreeWidgetItem*> items = messages()->selectedItems();
+        for (const QTreeWidgetItem* item : items)
+            texts.append(item->text(2));
+        return texts;
+    }
+
     QList<QMessageBox*> boxes() const { return m_window->findChildren<QMessageBox*>(); }
 };
 
