@@ -103,9 +103,7 @@ class SetupTest(unittest.TestCase):
         return code
 
     def start_monitor(self):
-        monitor = desktop.run("wine", self.program)
-        desktop.wait_for_window(MONITOR)
-        return monitor
+        return desktop.open(MONITOR, self.program)[0]
 
     def end_monitor(self):
         """Ends it from outside, which for the setup is no different from one that ends by itself."""
@@ -289,8 +287,7 @@ class SetupTest(unittest.TestCase):
         self.assert_holds(desktop.newer_files)
 
     def test_a_second_setup_leaves_the_first_alone(self):
-        first = desktop.run("wine", desktop.setup)
-        desktop.wait_for_window(WIZARD)
+        first, _ = desktop.open(WIZARD, desktop.setup)
         self.assertEqual(self.install(desktop.newer_setup), OTHER_SETUP)
         desktop.press(desktop.wait_for_window(WIZARD), "Escape")
         self.assertEqual(first.wait(START_SECONDS), CANCELLED)
@@ -338,8 +335,7 @@ class SetupTest(unittest.TestCase):
     def test_the_pages_lead_from_a_running_monitor_to_the_new_one(self):
         self.install(desktop.setup)
         self.start_monitor()
-        setup = desktop.run("wine", desktop.newer_setup)
-        wizard = desktop.wait_for_window(WIZARD)
+        setup, wizard = desktop.open(WIZARD, desktop.newer_setup)
         desktop.screenshot("1-welcome")
         desktop.press(wizard, "Return")
         time.sleep(PAGE_SECONDS)
@@ -376,12 +372,14 @@ class SetupTest(unittest.TestCase):
         downloaded = pathlib.Path(desktop.path("home/Downloads"), desktop.newer_setup.name)
         self.addCleanup(downloaded.unlink, missing_ok=True)
 
-        monitor = self.start_monitor()
-        window = desktop.windows(MONITOR)[-1]
-        wait_until(lambda: len(desktop.windows(MONITOR)) == 2, START_SECONDS, "the offer")
+        monitor, window = desktop.open(MONITOR, self.program)
+        others = wait_until(
+            lambda: [found for found in desktop.windows(MONITOR) if found != window],
+            START_SECONDS,
+            "the offer",
+        )
         # The window manager may leave it without the focus, since the last keys went elsewhere.
-        offer = next(found for found in desktop.windows(MONITOR) if found != window)
-        desktop.xdotool("windowactivate", offer)
+        desktop.xdotool("windowactivate", others[0])
         desktop.wait_active("QorMonitor")
         desktop.screenshot("9-offer")
         desktop.keys("alt+j")
@@ -414,8 +412,7 @@ class SetupTest(unittest.TestCase):
         self.install(desktop.setup)
         before = self.state()
         self.start_monitor()
-        setup = desktop.run("wine", desktop.newer_setup)
-        wizard = desktop.wait_for_window(WIZARD)
+        setup, wizard = desktop.open(WIZARD, desktop.newer_setup)
         desktop.press(wizard, "Return")
         time.sleep(PAGE_SECONDS)
         desktop.press(wizard, "Return")
@@ -434,8 +431,7 @@ class SetupTest(unittest.TestCase):
         # With the folder given, the uninstaller is one that can be waited for.
         copy = desktop.folder / "uninstall.exe"
         shutil.copy(self.folder / "Uninstall.exe", copy)
-        uninstaller = desktop.run("wine", copy, f"_?={desktop.program_folder}")
-        wizard = desktop.wait_for_window(UNINSTALLER)
+        uninstaller, wizard = desktop.open(UNINSTALLER, copy, f"_?={desktop.program_folder}")
         desktop.screenshot("6-uninstall")
         desktop.press(wizard, "Return")
         question = self.wait_for_question(UNINSTALLER)

@@ -12,7 +12,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tests/desktop"))
 
-from processes import wait_until  # noqa: E402
+from processes import WaitTimeout, wait_until  # noqa: E402
 from session import Session  # noqa: E402
 
 BUILD = ROOT / "build/windows"
@@ -165,6 +165,22 @@ class WineDesktop(Session):
 
     def wait_for_window(self, title, seconds=START_SECONDS):
         return wait_until(lambda: self.windows(title), seconds, f"the window {title}")[-1]
+
+    def open(self, title, *command):
+        """Starts a program, and returns it with the window of this title.
+
+        Now and then Wine itself fails before the program starts. Then it is the start that is tried again.
+        """
+        for _ in range(3):
+            process = self.run("wine", *command)
+            try:
+                wait_until(
+                    lambda: self.windows(title) or process.poll() is not None, START_SECONDS / 3, "a window"
+                )
+                return process, self.wait_for_window(title, 1)
+            except WaitTimeout:
+                self.processes.end(process)
+        raise WaitTimeout(f"{command} does not show the window {title}")
 
     def wait_active(self, title, seconds=START_SECONDS):
         """Until keys go to the window of this title."""
