@@ -53,6 +53,8 @@ class SetupTest(unittest.TestCase):
     """Every test leaves the machine as it found it: tearDown uninstalls, and compares."""
 
     def setUp(self):
+        # After a while of windows that come and go, Wine no longer knows which one has the focus.
+        desktop.end_wine()
         self.files_before = desktop.files()
         self.folder = desktop.user / "AppData/Local/Programs/QorMonitor"
         self.program = f"{desktop.program_folder}\\QorMonitor.exe"

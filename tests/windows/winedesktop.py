@@ -74,10 +74,14 @@ class WineDesktop(Session):
         self.start_tray()
         wait_until(self.desktop.tray_runs, 10, "the tray runs")
 
+    def end_wine(self):
+        """Ends all programs of this prefix, and no others."""
+        for option in ("-k", "-w"):
+            subprocess.run(["wineserver", option], env=self.env, timeout=30, check=False)
+
     def close(self):
         if self.processes:
-            # Ends the programs of this prefix alone.
-            subprocess.run(["wineserver", "-k"], env=self.env, timeout=30, check=False)
+            self.end_wine()
         super().close()
 
     def run(self, *command, **options):
