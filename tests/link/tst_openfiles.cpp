@@ -4,10 +4,14 @@
 
 #include "support/units.h"
 
+#include <QFile>
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <sys/resource.h>
+
+#include <atomic>
+#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -50,6 +54,25 @@ private slots:
         // Nothing stays open.
         for (int i = 0; i < 10; ++i)
             QVERIFY(canOpenFiles(100));
+    }
+
+    void questionTakesNoFilesFromOthers()
+    {
+        // All the links of a hall that lost its power ask at the same moment.
+        const Limit limit(256);
+        std::atomic<bool> isOver { false };
+        std::thread others([&] {
+            while (!isOver)
+                canOpenFiles(300);
+        });
+        int failures = 0;
+        for (int i = 0; i < 20000; ++i) {
+            QFile file("/dev/null"_s);
+            failures += file.open(QIODevice::ReadOnly) ? 0 : 1;
+        }
+        isOver = true;
+        others.join();
+        QCOMPARE(failures, 0);
     }
 
     void unitsBeyondTheLimitWait()
