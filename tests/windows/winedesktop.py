@@ -193,10 +193,11 @@ class WineDesktop(Session):
         time.sleep(_FOCUS_SECONDS)
 
     def press(self, window, key):
-        """A key for a window that has just come up, or has the focus."""
+        """A key for a window that has just come up, or is covered."""
+        self.complete(["xdotool", "windowactivate", "--sync", window], 30)
+        # Nothing tells when Wine has handed the focus on.
         time.sleep(_FOCUS_SECONDS)
-        # When the key's going down closes the window, there is none left for its coming up.
-        self.complete(["xdotool", "key", "--window", window, key], 30)
+        self.keys(key)
 
     def tray_icon(self):
         """Where the icon is, once it has its size."""
