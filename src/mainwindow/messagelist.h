@@ -19,7 +19,8 @@ public:
         ColumnCount,
     };
 
-    // The tree must outlive this object, which must be the only one to change its rows.
+    // The tree must outlive this object, which must be the only one to change its rows. No listener of the
+    // tree may call show().
     explicit MessageList(QTreeWidget* tree);
 
     // Shows what the units say now.

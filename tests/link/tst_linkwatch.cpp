@@ -11,6 +11,7 @@
 #include "support/units.h"
 #include "support/zmqfaults.h"
 
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -150,17 +151,41 @@ private slots:
         QVERIFY(unit.speak());
     }
 
+    void leavesATalkingUnitAlone_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("report") << statusReport();
+        QTest::newRow("too long to be heard") << QByteArray(5000, ' ');
+    }
+
     void leavesATalkingUnitAlone()
     {
+        QFETCH(const QByteArray, text);
         LinkedUnit unit;
         unit.link.setPatience(patience);
         QVERIFY(unit.monitor());
         QElapsedTimer elapsed;
         elapsed.start();
         while (elapsed.elapsed() < 3 * patience.count()) {
-            unit.publisher.send(statusReport());
+            unit.publisher.send(text);
             QTest::qWait(50);
         }
+        QCOMPARE(zmqfaults::count(zmqfaults::Call::Connect), 1);
+    }
+
+    void leavesAUnitAloneThatSpeaksToABlockedWindow()
+    {
+        LinkedUnit unit;
+        unit.link.setPatience(patience);
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
+        constexpr int texts = 100;
+        for (int i = 0; i < texts; ++i) {
+            unit.publisher.send(statusReport());
+            QThread::msleep(20);
+        }
+        QTRY_COMPARE(received.count(), texts);
         QCOMPARE(zmqfaults::count(zmqfaults::Call::Connect), 1);
     }
 
@@ -202,7 +227,7 @@ private slots:
     {
         fakenames::set(hall, "127.0.0.2"_s);
         LinkedUnit unit;
-        unit.link.setPatience(patience);
+        unit.link.setPatience(2s);
         unit.device->setHost(hall);
         unit.device->setMonitored(true);
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
@@ -210,34 +235,90 @@ private slots:
         QCoreApplication::processEvents();
         const LinkJournal journal(unit.link);
         const LogCapture log;
+        lookUpAfresh({});
         fakenames::set(hall, loopback);
-        QVERIFY(awaitSubscriber(unit));
+        QTRY_COMPARE(unit.link.ipAddress(), loopback);
+        // At once, and not when it begins anew the next time.
+        QVERIFY(QTest::qWaitFor([&] { return unit.publisher.waitForSubscriber(5); }, 1000));
         QCOMPARE(journal.entries, QStringList("address 127.0.0.1"_s));
         QCOMPARE(log.taggedLines(), QStringList());
         QVERIFY(unit.speak());
+        // One more than begins anew anyway.
+        QVERIFY(zmqfaults::count(zmqfaults::Call::Connect) < 20);
         // What is left in the end is where it went to.
         zmqfaults::reset();
         unit.device->setMonitored(false);
         QCOMPARE(zmqfaults::records().first().endpoint,
                  QByteArray("tcp://127.0.0.1:") + QByteArray::number(unit.publisher.port()));
         QVERIFY(unit.publisher.waitForUnsubscriber());
+
+        // Once it is switched off, it follows no more.
+        fakenames::set(hall, "127.0.0.3"_s);
+        lookUpAfresh({});
+        zmqfaults::reset();
+        unit.device->setMonitored(true);
+        QTRY_VERIFY(zmqfaults::count(zmqfaults::Call::Connect) >= 3);
+        const auto records = zmqfaults::records();
+        for (const auto& record : records)
+            QVERIFY(record.endpoint.isEmpty() || record.endpoint.startsWith("tcp://127.0.0.3:"));
+    }
+
+    void answerForTheHostOfBeforeIsNotFollowed()
+    {
+        fakenames::set(hall, "127.0.0.2"_s);
+        fakenames::set("other.example"_s, "127.0.0.3"_s);
+        LinkedUnit unit;
+        unit.link.setPatience(patience);
+        unit.device->setHost(hall);
+        unit.device->setMonitored(true);
+        lookUpAfresh({});
+        fakenames::set(hall, loopback);
+        fakenames::setDelay(1000);
+        QTRY_VERIFY(isLookUpUnderWay());
+        fakenames::setDelay(0);
+        unit.device->setHost("other.example"_s);
+        const LinkJournal journal(unit.link);
+        QVERIFY(isLookUpUnderWay());
+        QTRY_VERIFY(!isLookUpUnderWay());
+        QTest::qWait(500);
+        QCOMPARE(unit.link.ipAddress(), "127.0.0.3"_s);
+        QVERIFY(journal.entries.filter("address"_s).isEmpty());
     }
 
     void talkingUnitIsNotFollowed()
     {
         fakenames::set(hall, loopback);
         LinkedUnit unit;
-        unit.link.setPatience(patience);
+        // Long enough for a busy machine.
+        unit.link.setPatience(1500ms);
         unit.device->setHost(hall);
         QVERIFY(unit.monitor());
         QVERIFY(unit.speak());
         const int before = fakenames::count(hall);
         fakenames::set(hall, "127.0.0.2"_s);
-        for (int i = 0; i < 120; ++i) {
+        for (int i = 0; i < 160; ++i) {
             unit.publisher.send(statusReport());
             QTest::qWait(50);
         }
         QCOMPARE(fakenames::count(hall), before);
+        QCOMPARE(unit.link.ipAddress(), loopback);
+    }
+
+    void unitThatSpeaksBeforeTheAnswerIsNotFollowed()
+    {
+        fakenames::set(hall, loopback);
+        LinkedUnit unit;
+        unit.link.setPatience(patience);
+        unit.device->setHost(hall);
+        QVERIFY(unit.monitor());
+        lookUpAfresh({});
+        fakenames::set(hall, "127.0.0.2"_s);
+        fakenames::setDelay(500);
+        QTRY_VERIFY(isLookUpUnderWay());
+        QVERIFY(unit.speak());
+        QTRY_VERIFY(!isLookUpUnderWay());
+        QTest::qWait(500);
+        QCOMPARE(unit.link.state(), QorInterface::Connected);
         QCOMPARE(unit.link.ipAddress(), loopback);
     }
 
@@ -279,8 +360,10 @@ private slots:
         unit.device->setMonitored(true);
         unit.device->setMonitored(false);
         fakenames::set(hall, loopback);
+        const int before = fakenames::count(hall);
         QTest::qWait(6000);
         QVERIFY(!unit.link.isRunning());
+        QCOMPARE(fakenames::count(hall), before);
     }
 };
 

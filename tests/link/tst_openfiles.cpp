@@ -3,6 +3,7 @@
 #include "link/openfiles.h"
 
 #include "support/units.h"
+#include "support/zmqfaults.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -73,6 +74,22 @@ private slots:
         isOver = true;
         others.join();
         QCOMPARE(failures, 0);
+    }
+
+    void silentUnitKeepsItsConnection()
+    {
+        LinkedUnit unit;
+        unit.link.setPatience(100ms);
+        QVERIFY(unit.monitor());
+        {
+            // Enough for a socket, but not for what else may need a file.
+            const Limit limit(60);
+            zmqfaults::reset();
+            QTest::qWait(500);
+            QCOMPARE(zmqfaults::count(zmqfaults::Call::NewSocket), 0);
+            QVERIFY(unit.speak());
+        }
+        QTRY_VERIFY(zmqfaults::count(zmqfaults::Call::NewSocket) > 0);
     }
 
     void unitsBeyondTheLimitWait()

@@ -250,6 +250,56 @@ private slots:
         QCOMPARE(log.count(QtDebugMsg, "QorInterface::"_s), 2);
     }
 
+    void announcedStopIsNoSecondStop()
+    {
+        LinkedUnit unit;
+        // Nothing to stop yet.
+        unit.link.announceStop();
+        QVERIFY(unit.monitor());
+        QVERIFY(unit.speak());
+        const LogCapture log;
+        QElapsedTimer elapsed;
+        elapsed.start();
+        unit.link.announceStop();
+        unit.link.announceStop();
+        unit.device->setMonitored(false);
+        QVERIFY(elapsed.elapsed() >= 100);
+        QCOMPARE(log.count(QtDebugMsg, disconnectLine), 1);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
+    void connectOvertakesAnAnnouncedStop()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        Publisher second;
+        unit.link.announceStop();
+        unit.device->setZmqPort(second.port());
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+        QVERIFY(second.waitForSubscriber());
+        QTest::qWait(200);
+        second.send(statusReport());
+        QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        unit.device->setMonitored(false);
+        QVERIFY(elapsed.elapsed() >= 100);
+    }
+
+    void manyStopsTakeTheirTimeOnce()
+    {
+        constexpr int units = 10;
+        DeviceList list(nullptr);
+        for (int i = 1; i <= units; ++i)
+            addMonitoredUnit(list, i);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        list.clear();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(list.findChildren<Device*>().isEmpty());
+        QVERIFY2(elapsed.elapsed() < units * 100 / 2, QByteArray::number(elapsed.elapsed()).constData());
+    }
+
     void leavesAnIdleLinkAlone()
     {
         QorInterface link;
