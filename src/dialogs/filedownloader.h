@@ -33,8 +33,8 @@ public:
     // Starts a transfer and forgets the one before, which still reports; always true. The transfer fails when
     // more than sizeLimit bytes arrive, or are announced.
     bool download(const QUrl& url, qint64 sizeLimit = defaultSizeLimit);
-    // For tests, and for the transfers that start from now on. One fails when nothing has arrived for so long,
-    // 60 s by default.
+    // For tests, and for the transfers that start from now on. One fails when nothing has arrived for so
+    // long, 60 s by default.
     void setTimeout(int milliseconds) { m_timeoutMs = milliseconds; }
     // The bytes of the last finished transfer, the ones that arrived if it has failed; emptied by the start
     // of the next.
