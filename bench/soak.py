@@ -199,7 +199,8 @@ class Soak:
         after = self.counts()
         self.exit()
         assert after[1] <= before[1] and after[2] <= before[2], (before, after)
-        return f"{times} returns heard, the slowest after {slowest:.1f} s; kB, threads, files {before} -> {after}"
+        counts = f"kB, threads, files {before} -> {after}"
+        return f"{times} returns heard, the slowest after {slowest:.1f} s; {counts}"
 
     def hostile_texts(self, count=10000):
         chance = random.Random(1)
@@ -310,7 +311,8 @@ class Soak:
         self.units(["Danach"], good)
         self.heard("Danach", 45, begin)
         self.exit()
-        return f"kB, threads, files {first} -> {last} after 75 s, at most {peak} kB; the good unit heard all along"
+        counts = f"kB, threads, files {first} -> {last} after 75 s, at most {peak} kB"
+        return f"{counts}; the good unit heard all along"
 
     def flood(self, others=49):
         def talk(link):
@@ -330,7 +332,8 @@ class Soak:
             time.sleep(0.1)
         self.exit()
         clicks.sort()
-        return f"all green after {green:.1f} s; an order answered after {clicks[25] * 1e3:.0f} ms, at most {clicks[-1] * 1e3:.0f} ms"
+        answers = f"after {clicks[25] * 1e3:.0f} ms, at most {clicks[-1] * 1e3:.0f} ms"
+        return f"all green after {green:.1f} s; an order answered {answers}"
 
     def starts(self, times=200):
         chance = random.Random(2)
