@@ -33,6 +33,9 @@ void MainWinQorMonitor::processAlertChanged()
     m_acknowledged = false;
     if (m_alarmSound.isFinished() && m_useAudio)
         m_alarmSound.play();
+    // A Return that is typed just as the window comes up must not open the page of the row selected before.
+    if (!isActiveWindow())
+        m_ui->treeWidget->setCurrentItem(nullptr);
     showWindow(false);
 }
 

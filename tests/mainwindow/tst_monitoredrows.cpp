@@ -58,6 +58,7 @@ private slots:
 
     void selectionStaysWithItsUnit()
     {
+        QVERIFY(bringToFront(m_window.get()));
         Device* first = addUnlinkedUnit();
         Device* second = addUnlinkedUnit();
         first->setWarnings({ warning("Lüfter"_s) });
@@ -72,6 +73,19 @@ private slots:
         QCOMPARE(selected(), QStringList());
         messages()->setCurrentItem(messages()->topLevelItem(0));
         units().removeDevice(first);
+        QCOMPARE(selected(), QStringList());
+    }
+
+    void alertFromBehindTakesTheSelectionAway()
+    {
+        addUnlinkedUnit();
+        QVERIFY(bringToFront(m_window.get()));
+        messages()->setCurrentItem(messages()->topLevelItem(0));
+        raiseAlert();
+        QCOMPARE(selected().size(), 1);
+        QWidget other;
+        QVERIFY(bringToFront(&other));
+        raiseAlert();
         QCOMPARE(selected(), QStringList());
     }
 
