@@ -169,7 +169,8 @@ private slots:
     void takenAndSilentNameStartsUnguarded()
     {
         if (!Platform::serverNamesAreFiles())
-            QSKIP("A name is no file.");
+            QSKIP("A pipe of Windows ends with its program: no name is left behind or taken by something "
+                  "else.");
         // A folder takes the name for good: nothing answers there, and it is not for the guard to remove.
         QVERIFY(QDir().mkdir(namePath()));
         const LogCapture log;
@@ -183,7 +184,8 @@ private slots:
     void staleNameIsTakenOver()
     {
         if (!Platform::serverNamesAreFiles())
-            QSKIP("A name is no file.");
+            QSKIP("A pipe of Windows ends with its program: no name is left behind or taken by something "
+                  "else.");
         QVERIFY(QFile(namePath()).open(QIODevice::WriteOnly));
         const LogCapture log;
         SingleInstanceApp guard(name);
@@ -195,7 +197,8 @@ private slots:
     void staleNameIsLeftToTheStartThatHoldsTheLock()
     {
         if (!Platform::serverNamesAreFiles())
-            QSKIP("A name is no file.");
+            QSKIP("A pipe of Windows ends with its program: no name is left behind or taken by something "
+                  "else.");
         QVERIFY(QFile(namePath()).open(QIODevice::WriteOnly));
         QLockFile otherStart(namePath() + ".lock"_s);
         QVERIFY(otherStart.tryLock());
@@ -209,7 +212,7 @@ private slots:
     void busyInstanceKeepsItsName()
     {
         if (!Platform::serverNamesAreFiles())
-            QSKIP("No connection can be kept waiting.");
+            QSKIP("A pipe of Windows has no queue that could be full: a connection comes about or not.");
         QLocalServer running;
         QVERIFY(running.listen(name));
         // Nothing is accepted without the event loop, so that the system's queue fills up.

@@ -120,7 +120,7 @@ private slots:
     void homesDoNotMeet()
     {
         if (!Platform::serverNamesAreFiles())
-            QSKIP("Names belong to the machine.");
+            QSKIP("On Windows a name is the whole machine's, whatever folder its user has.");
         const MonitorHome home;
         const MonitorHome otherHome;
         MonitorProcess first(home);

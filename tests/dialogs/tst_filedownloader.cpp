@@ -515,7 +515,8 @@ private slots:
         QFETCH(const QStringList, errors);
         QVERIFY(!security.isNull());
         if (!Platform::servesEncrypted())
-            QSKIP("This system's TLS is no server.");
+            QSKIP("Wine's Schannel finds no certificate for a server; tests/windows tries TLS against one of "
+                  "Linux.");
         const LogCapture log;
         Downloader downloader(security);
         // Twice, since every transfer is to be let through.

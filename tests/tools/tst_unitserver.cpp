@@ -95,8 +95,8 @@ private slots:
         QFETCH(const QString, endpoint);
         UnitServer::Settings settings = m_settings;
         settings.address = QString::fromLatin1(QTest::currentDataTag());
-        if (!QTcpServer().listen(QHostAddress(settings.address)))
-            QSKIP("this machine does not have the address");
+        if (settings.address == "::1"_s && !QTcpServer().listen(QHostAddress(settings.address)))
+            QSKIP("This machine has IPv6 switched off.");
         // The same ports are free at another address.
         settings.zmqPort = m_server->zmqPort();
         settings.webPort = m_server->webPort();
