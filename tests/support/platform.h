@@ -18,6 +18,9 @@ bool serverNamesAreFiles();
 // Whether a server has this name, or what was left of it.
 bool isServerName(const QString& folder, const QString& name);
 
+// The memory that this program has at the moment.
+qint64 residentKiB();
+
 // Whether a QSslSocket can be the server of a connection.
 bool servesEncrypted();
 

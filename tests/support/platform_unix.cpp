@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "support/platform.h"
 
+#include <QFile>
 #include <QFileInfo>
+
+#include <unistd.h>
 
 QByteArray Platform::withLineFeeds(QByteArray output)
 {
@@ -21,6 +24,13 @@ bool Platform::serverNamesAreFiles()
 bool Platform::isServerName(const QString& folder, const QString& name)
 {
     return QFileInfo::exists(folder + QLatin1Char('/') + name);
+}
+
+qint64 Platform::residentKiB()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    file.open(QIODevice::ReadOnly);
+    return file.readAll().split(' ').value(1).toLongLong() * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 bool Platform::servesEncrypted()

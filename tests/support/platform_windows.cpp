@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 namespace {
 bool isWine()
 {
@@ -30,6 +32,13 @@ bool Platform::isServerName(const QString&, const QString& name)
     const QString pipe = QStringLiteral("\\\\.\\pipe\\") + name;
     return WaitNamedPipeW(reinterpret_cast<const wchar_t*>(pipe.utf16()), 1) != 0
         || GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+qint64 Platform::residentKiB()
+{
+    PROCESS_MEMORY_COUNTERS counters {};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return static_cast<qint64>(counters.WorkingSetSize / 1024);
 }
 
 // Wine's Schannel finds no certificate for a server.
