@@ -25,7 +25,7 @@ constexpr int lossyParses = 5;
 constexpr int randomTexts = 20000;
 constexpr int lossyParses = 10000;
 #endif
-constexpr qint64 allowedGrowthKiB = 10 * 1024;
+constexpr qint64 allowedGrowthKiB = 10240;
 
 // Well-formed for the most part, with few different keys, so that they come again.
 class RandomJson {
