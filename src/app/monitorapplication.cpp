@@ -7,12 +7,15 @@
 #include <utility>
 
 namespace {
-// Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else
-// grows.
-int& scaled(int& argc)
+// Sets what must be set before the application exists.
+int& prepared(int& argc)
 {
+    // Nothing is drawn by OpenGL here, and on X11 its drivers would take half of the start to load, and much
+    // memory.
+    QCoreApplication::setAttribute(Qt::AA_ForceRasterWidgets);
 #ifdef Q_OS_WIN
-    // Elsewhere the desktop scales, and an X server's own idea of its resolution would make odd sizes.
+    // Without it the logo, fonts in pixels and fields of a fixed width keep their size while everything else
+    // grows. Elsewhere the desktop scales, and an X server's own idea of its resolution would make odd sizes.
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
@@ -22,7 +25,7 @@ int& scaled(int& argc)
 } // namespace
 
 MonitorApplication::MonitorApplication(int& argc, char** argv)
-    : QApplication(scaled(argc), argv)
+    : QApplication(prepared(argc), argv)
 {
     // An alert and a second start bring the window up. By default Windows would only let its entry in the
     // task bar flash; elsewhere this does nothing.

@@ -51,6 +51,10 @@ class LifecycleTest(desktoptest.DesktopTest):
         self.restart()
         self.assertEqual(self.geometry()[2:], (1020, 509))
 
+    def test_no_opengl_driver_is_loaded(self):
+        with open(f"/proc/{self.monitor.pid}/maps", encoding="utf-8") as maps:
+            self.assertNotIn("xcbglintegrations", maps.read())
+
     def make_second(self):
         from monitor import Monitor
 
