@@ -10,6 +10,7 @@
 #include "support/logcapture.h"
 #include "support/units.h"
 #include "support/zmqfaults.h"
+#include "support/zmtp.h"
 
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -66,19 +67,9 @@ bool awaitSubscriber(LinkedUnit& unit)
     return QTest::qWaitFor([&] { return unit.publisher.waitForSubscriber(5); }, 10000);
 }
 
-// What a ZeroMQ peer says first, with its security mechanism.
-QByteArray greeting(const char* mechanism)
-{
-    return QByteArray::fromHex("ff00000000000000017f0300") + QByteArray(mechanism).leftJustified(20, '\0')
-        + QByteArray(32, '\0');
-}
-
-QByteArray readyAs(const QByteArray& socketType)
-{
-    const QByteArray body = QByteArray("\5READY\13Socket-Type", 18) + QByteArray(3, '\0')
-        + static_cast<char>(socketType.size()) + socketType;
-    return '\4' + QByteArray(1, static_cast<char>(body.size())) + body;
-}
+struct ImpatientUnit : LinkedUnit {
+    ImpatientUnit() { link.setPatience(patience); }
+};
 
 } // namespace
 
@@ -96,11 +87,10 @@ private slots:
 
     void beginsAnewWithoutAWord()
     {
-        LinkedUnit unit;
+        ImpatientUnit unit;
         Gate gate(unit.publisher.port());
         gate.plan = stayMute;
         unit.device->setZmqPort(gate.serverPort());
-        unit.link.setPatience(patience);
         unit.device->setMonitored(true);
         QTRY_COMPARE(unit.link.state(), QorInterface::Pending);
         QCoreApplication::processEvents();
@@ -124,17 +114,17 @@ private slots:
     void comesBackFromAnyPeer_data()
     {
         QTest::addColumn<QByteArray>("word");
-        QTest::newRow("another mechanism") << greeting("CURVE");
-        QTest::newRow("another kind of socket") << greeting("NULL") + readyAs("REP");
+        QTest::newRow("another mechanism") << zmtp::greeting("CURVE");
+        QTest::newRow("another kind of socket") << zmtp::greeting("NULL") + zmtp::readyAs("REP");
         QTest::newRow("no ZeroMQ") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n");
         QTest::newRow("frame of 8 EiB")
-            << greeting("NULL") + readyAs("PUB") + QByteArray::fromHex("02ffffffffffffffff");
+            << zmtp::greeting("NULL") + zmtp::readyAs("PUB") + QByteArray::fromHex("02ffffffffffffffff");
     }
 
     void comesBackFromAnyPeer()
     {
         QFETCH(const QByteArray, word);
-        LinkedUnit unit;
+        ImpatientUnit unit;
         Gate gate(unit.publisher.port());
         int rude = 0;
         gate.plan = [&](QTcpSocket* link) {
@@ -142,7 +132,6 @@ private slots:
             ++rude;
         };
         unit.device->setZmqPort(gate.serverPort());
-        unit.link.setPatience(patience);
         unit.device->setMonitored(true);
         QTRY_VERIFY(rude > 0);
         QTest::qWait(100);
@@ -161,8 +150,7 @@ private slots:
     void leavesATalkingUnitAlone()
     {
         QFETCH(const QByteArray, text);
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         QVERIFY(unit.monitor());
         QElapsedTimer elapsed;
         elapsed.start();
@@ -175,8 +163,7 @@ private slots:
 
     void leavesAUnitAloneThatSpeaksToABlockedWindow()
     {
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         QVERIFY(unit.monitor());
         QVERIFY(unit.speak());
         const QSignalSpy received(&unit.link, &QorInterface::receiveQorMessage);
@@ -191,8 +178,7 @@ private slots:
 
     void namesThatBeginToResolveAreFollowed()
     {
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         unit.device->setHost(hall);
         unit.device->setMonitored(true);
         QVERIFY(!unit.link.isRunning());
@@ -205,8 +191,7 @@ private slots:
 
     void lookupsDoNotBlock()
     {
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         unit.device->setHost(hall);
         unit.device->setMonitored(true);
         // Past the time for which the answer of the start serves.
@@ -267,8 +252,7 @@ private slots:
     {
         fakenames::set(hall, "127.0.0.2"_s);
         fakenames::set("other.example"_s, "127.0.0.3"_s);
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         unit.device->setHost(hall);
         unit.device->setMonitored(true);
         lookUpAfresh({});
@@ -307,8 +291,7 @@ private slots:
     void unitThatSpeaksBeforeTheAnswerIsNotFollowed()
     {
         fakenames::set(hall, loopback);
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         unit.device->setHost(hall);
         QVERIFY(unit.monitor());
         lookUpAfresh({});
@@ -324,8 +307,7 @@ private slots:
 
     void linkThatFailedIsTakenUpAgain()
     {
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         zmqfaults::failNext(zmqfaults::Call::Receive, ENOTSOCK);
         unit.device->setMonitored(true);
         QTRY_VERIFY(!zmqfaults::isArmed());
@@ -337,11 +319,10 @@ private slots:
 
     void failureToBeginAnewIsNoEnd()
     {
-        LinkedUnit unit;
+        ImpatientUnit unit;
         Gate gate(unit.publisher.port());
         gate.plan = stayMute;
         unit.device->setZmqPort(gate.serverPort());
-        unit.link.setPatience(patience);
         unit.device->setMonitored(true);
         QTRY_COMPARE(gate.connections, 1);
         zmqfaults::failNext(zmqfaults::Call::NewSocket, EMFILE);
@@ -354,8 +335,7 @@ private slots:
 
     void unmonitoredUnitIsNotWatched()
     {
-        LinkedUnit unit;
-        unit.link.setPatience(patience);
+        ImpatientUnit unit;
         unit.device->setHost(hall);
         unit.device->setMonitored(true);
         unit.device->setMonitored(false);
