@@ -10,6 +10,8 @@ target_compile_definitions(qormonitor_build_flags INTERFACE
   QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
   QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 
+option(QORMONITOR_PRECOMPILED_HEADERS "Read Qt's headers once: builds sooner, and hides an include that is missing" OFF)
+
 set(QORMONITOR_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none")
 if(QORMONITOR_SANITIZERS)
   target_compile_options(qormonitor_build_flags INTERFACE
