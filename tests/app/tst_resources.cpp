@@ -28,6 +28,7 @@ const QMap<QString, QSize> imageSizes {
     { ":/Size32x32/thumb-up-sign.png"_s, { 32, 32 } },
     { ":/Size32x32/tools2.png"_s, { 32, 32 } },
     { ":/VarkoLogo200.png"_s, { 200, 76 } },
+    { ":/VarkoLogo200@2x.png"_s, { 400, 152 } },
     { ":/favicon.png"_s, { 256, 256 } },
 };
 
