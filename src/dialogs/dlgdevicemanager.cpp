@@ -44,6 +44,15 @@ QTreeWidgetItem* makeRow(const Device& device)
     return row;
 }
 
+// Collected before they are changed: writing to a sorted column moves the row.
+QVector<QTreeWidgetItem*> allRows(const QTreeWidget* tree)
+{
+    QVector<QTreeWidgetItem*> rows;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        rows.append(tree->topLevelItem(i));
+    return rows;
+}
+
 Device* currentDevice(const QTreeWidget* tree)
 {
     const QTreeWidgetItem* row = tree->currentItem();
@@ -58,7 +67,7 @@ DlgDeviceManager::DlgDeviceManager(MainWinQorMonitor* parent)
     , m_mainWindow(parent)
 {
     m_ui->setupUi(this);
-    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(NameColumn, m_ui->treeWidget));
     // List order until the user clicks a header.
     m_ui->treeWidget->header()->setSortIndicator(-1, Qt::AscendingOrder);
     // Shows a port as it is typed. Another locale may show 5566 as "5.566" or in other digits.
@@ -107,17 +116,30 @@ void DlgDeviceManager::updateDevice(Device* pDevice)
     qCritical() << "DlgDeviceManager::updateDevice()";
     if (!pDevice)
         return;
-    // Collected first: writing to a sorted column moves the row.
-    QVector<QTreeWidgetItem*> rows;
-    for (int i = 0; i < m_ui->treeWidget->topLevelItemCount(); ++i) {
-        QTreeWidgetItem* row = m_ui->treeWidget->topLevelItem(i);
-        if (boundDevice(row) == pDevice)
-            rows.append(row);
-    }
-    for (QTreeWidgetItem* row : qAsConst(rows)) {
+    const auto rows = allRows(m_ui->treeWidget);
+    for (QTreeWidgetItem* row : rows) {
+        if (boundDevice(row) != pDevice)
+            continue;
         row->setData(NameColumn, Qt::DisplayRole, pDevice->qorName());
         row->setData(StatusColumn, Qt::DisplayRole, pDevice->stateText());
     }
+}
+
+void DlgDeviceManager::refreshStatus()
+{
+    if (!isVisible())
+        return;
+    const auto rows = allRows(m_ui->treeWidget);
+    for (QTreeWidgetItem* row : rows) {
+        if (const Device* device = boundDevice(row))
+            row->setData(StatusColumn, Qt::DisplayRole, device->stateText());
+    }
+}
+
+void DlgDeviceManager::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    refreshStatus();
 }
 
 void DlgDeviceManager::on_pushButtonClose_clicked()

@@ -34,6 +34,11 @@ public slots:
     void rebuildList();
     // Refreshes name and status of the unit's row; the other cells change only by a rebuild.
     void updateDevice(Device* pDevice);
+    // Refreshes the status of all rows, without a log line. A hidden dialog does so when it is shown.
+    void refreshStatus();
+
+protected:
+    void showEvent(QShowEvent* event) override;
 
 private slots:
     void on_pushButtonClose_clicked();

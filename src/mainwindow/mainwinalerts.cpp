@@ -145,6 +145,15 @@ void MainWinQorMonitor::closeEvent(QCloseEvent* event)
     event->ignore();
 }
 
+void MainWinQorMonitor::changeEvent(QEvent* event)
+{
+    QMainWindow::changeEvent(event);
+    // The desktop restores the window, too, and it may have been minimised when the actions were last
+    // updated.
+    if (event->type() == QEvent::WindowStateChange && !isMinimized())
+        updateActions();
+}
+
 void MainWinQorMonitor::mouseDoubleClickEvent(QMouseEvent* event)
 {
     Q_UNUSED(event)

@@ -86,6 +86,8 @@ void MainWinQorMonitor::connectDeviceList()
             &MainWinQorMonitor::processOpenFilesExhausted, Qt::QueuedConnection);
     connect(m_deviceList, &DeviceList::deviceChanged, m_deviceManager, &DlgDeviceManager::updateDevice);
     connect(m_deviceList, &DeviceList::listChanged, m_deviceManager, &DlgDeviceManager::rebuildList);
+    connect(m_deviceList, &DeviceList::deviceStatesChanged, m_deviceManager,
+            &DlgDeviceManager::refreshStatus);
 }
 
 void MainWinQorMonitor::connectActions()
@@ -162,7 +164,7 @@ void MainWinQorMonitor::loadDevices()
 void MainWinQorMonitor::setUpViews()
 {
     m_ui->textBrowser->setHtml(QStringLiteral("<img src=\":/VarkoLogo200.png\">"));
-    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(m_ui->treeWidget));
+    m_ui->treeWidget->setItemDelegate(new OneLineDelegate(MessageList::NameColumn, m_ui->treeWidget));
     m_ui->treeWidget->setColumnWidth(MessageList::TimeColumn, timeColumnWidth);
     m_ui->treeWidget->setColumnWidth(MessageList::NameColumn, nameColumnWidth);
 }
@@ -251,8 +253,12 @@ void MainWinQorMonitor::showAbout()
 
 void MainWinQorMonitor::showDeviceManager()
 {
-    if (m_ui->actionDeviceManager->isEnabled())
-        m_deviceManager->show();
+    if (!m_ui->actionDeviceManager->isEnabled())
+        return;
+    m_deviceManager->show();
+    // It may be open already, behind other windows.
+    m_deviceManager->raise();
+    m_deviceManager->activateWindow();
 }
 
 void MainWinQorMonitor::showUpdates()

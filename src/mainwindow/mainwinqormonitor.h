@@ -77,6 +77,7 @@ public:
 protected:
     // Hides the window instead of closing it.
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
     // Acknowledges.
     void mouseDoubleClickEvent(QMouseEvent* event) override;
 

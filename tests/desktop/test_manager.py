@@ -3,7 +3,7 @@
 
 import desktoptest
 import widgets
-from monitor import MANAGER_TITLE, device_settings
+from monitor import MAIN_TITLE, MANAGER_TITLE, device_settings
 from processes import stays, wait_until
 
 DUPLICATE_TEXT = "Dieser Host/Port existiert bereits in der Liste!"
@@ -81,6 +81,14 @@ class ManagerTest(desktoptest.DesktopTest):
             5,
             f"stored as monitored: {expected}",
         )
+
+    def test_open_manager_comes_to_the_front_again(self):
+        self.open_with()
+        self.session.xdotool("windowactivate", self.desktop.window_id(MAIN_TITLE))
+        wait_until(lambda: self.desktop.active() == MAIN_TITLE, 5, "the main window is active")
+        self.session.keys("F10", "Down", "Return")
+        wait_until(lambda: self.desktop.active() == MANAGER_TITLE, 5, "the manager is active again")
+        self.assertEqual(self.desktop.top(), MANAGER_TITLE)
 
     def test_added_unit_is_stored_and_the_fields_are_reset(self):
         self.open_with()

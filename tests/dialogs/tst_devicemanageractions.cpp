@@ -55,6 +55,26 @@ private slots:
         QCOMPARE(managed.column(6), notMonitored + QLatin1Char('|') + notMonitored);
     }
 
+    void statusFollowsTheLink()
+    {
+        Publisher publisher;
+        ManagedWindow managed;
+        QVERIFY(managed.show());
+        const Device* unit = managed.addLoaded(publisher.port());
+        managed.click("Monitor");
+        QTRY_COMPARE(managed.column(6), "Warte auf Verbindung ..."_s);
+        QVERIFY(publisher.waitForSubscriber());
+        const LogCapture log;
+        publisher.send("{}");
+        QTRY_COMPARE(managed.column(6), "Verbunden"_s);
+        QCOMPARE(log.taggedLines().filter("DlgDeviceManager"_s), QStringList());
+        // Silence, and nobody looks.
+        managed.dialog()->hide();
+        QTRY_COMPARE_WITH_TIMEOUT(unit->qorInterface()->state(), QorInterface::Disconnected, 8000);
+        managed.dialog()->show();
+        QCOMPARE(managed.column(6), "Getrennt"_s);
+    }
+
     void doubleClickTogglesMonitoring()
     {
         ManagedWindow managed;

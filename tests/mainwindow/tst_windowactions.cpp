@@ -133,7 +133,6 @@ private slots:
         acknowledge();
         QVERIFY(!action("actionMinimizeWindow")->isEnabled());
         m_window->showNormal();
-        action("actionUseAudio")->trigger();
         QVERIFY(action("actionMinimizeWindow")->isEnabled());
     }
 
