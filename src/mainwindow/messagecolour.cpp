@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "mainwindow/messagecolour.h"
 
-#include <QString>
+#include <QCoreApplication>
 
 std::optional<Qt::GlobalColor> messageColour(const QString& messageClass)
 {
@@ -12,4 +12,15 @@ std::optional<Qt::GlobalColor> messageColour(const QString& messageClass)
     if (messageClass == QLatin1String("confirmation"))
         return Qt::green;
     return std::nullopt;
+}
+
+QString messageClassText(const QString& messageClass)
+{
+    if (messageClass == QLatin1String("error"))
+        return QCoreApplication::translate("MessageList", "Fehler");
+    if (messageClass == QLatin1String("warning"))
+        return QCoreApplication::translate("MessageList", "Warnung");
+    if (messageClass == QLatin1String("confirmation"))
+        return QCoreApplication::translate("MessageList", "Bestätigung");
+    return {};
 }

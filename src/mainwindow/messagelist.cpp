@@ -21,8 +21,11 @@ QTreeWidgetItem* makeRow(const QJsonObject& message, const QString& name)
     row->setText(MessageList::NameColumn, name);
     row->setText(MessageList::TextColumn, text("displaytext"));
     if (const auto colour = messageColour(text("class"))) {
-        for (int column = 0; column < MessageList::ColumnCount; ++column)
+        const QString word = messageClassText(text("class"));
+        for (int column = 0; column < MessageList::ColumnCount; ++column) {
             row->setBackground(column, QBrush(*colour));
+            row->setData(column, Qt::AccessibleDescriptionRole, word);
+        }
     }
     return row;
 }
@@ -30,8 +33,8 @@ QTreeWidgetItem* makeRow(const QJsonObject& message, const QString& name)
 void copyRow(const QTreeWidgetItem* from, QTreeWidgetItem* to)
 {
     for (int column = 0; column < MessageList::ColumnCount; ++column) {
-        to->setText(column, from->text(column));
-        to->setData(column, Qt::BackgroundRole, from->data(column, Qt::BackgroundRole));
+        for (const int role : { Qt::DisplayRole, Qt::BackgroundRole, Qt::AccessibleDescriptionRole })
+            to->setData(column, role, from->data(column, role));
     }
 }
 

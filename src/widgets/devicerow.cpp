@@ -69,4 +69,9 @@ Device* boundDevice(const QTreeWidgetItem* row)
     return qobject_cast<Device*>(row->data(deviceColumn, deviceRole).value<QObject*>());
 }
 
+Device* boundDevice(const QModelIndex& cell)
+{
+    return qobject_cast<Device*>(cell.siblingAtColumn(deviceColumn).data(deviceRole).value<QObject*>());
+}
+
 #include "devicerow.moc"

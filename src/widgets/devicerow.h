@@ -2,6 +2,7 @@
 #pragma once
 
 class Device;
+class QModelIndex;
 class QTreeWidget;
 class QTreeWidgetItem;
 
@@ -15,3 +16,5 @@ void addDeviceRow(QTreeWidget* tree, QTreeWidgetItem* row, Device* device);
 
 // The row's unit; null when the row has none or its unit is gone.
 Device* boundDevice(const QTreeWidgetItem* row);
+// The same for any cell of a row.
+Device* boundDevice(const QModelIndex& cell);

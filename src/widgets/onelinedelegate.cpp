@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "widgets/onelinedelegate.h"
 
+#include "devices/device.h"
+#include "widgets/devicerow.h"
+
+#include <QAbstractItemView>
+#include <QHelpEvent>
+#include <QToolTip>
+
 #include <algorithm>
+#include <cmath>
 
 namespace {
 bool breaksLine(QChar character)
@@ -19,11 +27,69 @@ bool breaksLine(QChar character)
         return false;
     }
 }
+
+// Units send what they like, and a text that looks like HTML would be shown as such.
+QString asPlainText(const QString& text)
+{
+    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
+}
+
+// As https://www.w3.org/TR/WCAG21/#dfn-relative-luminance has it.
+double luminance(const QColor& colour)
+{
+    const auto linear = [](double share) {
+        return share <= 0.03928 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF())
+        + 0.0722 * linear(colour.blueF());
+}
+
+// Black or white, whichever stands out more; at least 4.5:1 on every colour.
+Qt::GlobalColor textOn(const QColor& background)
+{
+    // Where both have the same contrast.
+    constexpr double middle = 0.179;
+    return luminance(background) > middle ? Qt::black : Qt::white;
+}
 } // namespace
+
+OneLineDelegate::OneLineDelegate(int nameColumn, QAbstractItemView* view)
+    : QStyledItemDelegate(view)
+    , m_nameColumn(nameColumn)
+{
+}
 
 QString OneLineDelegate::displayText(const QVariant& value, const QLocale& locale) const
 {
     QString text = QStyledItemDelegate::displayText(value, locale);
     std::replace_if(text.begin(), text.end(), breaksLine, QLatin1Char(' '));
     return text;
+}
+
+bool OneLineDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QStyledItemDelegate::helpEvent(event, view, option, index);
+    QString text = index.data().toString();
+    const bool isCut = sizeHint(option, index).width() > option.rect.width();
+    if (const Device* device = boundDevice(index); text.isEmpty() && index.column() == m_nameColumn && device)
+        text = device->displayName();
+    else if (!isCut)
+        text.clear();
+    // An empty text hides the tool tip of another cell.
+    QToolTip::showText(event->globalPos(), text.isEmpty() ? text : asPlainText(text), view);
+    return true;
+}
+
+void OneLineDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
+{
+    QStyledItemDelegate::initStyleOption(option, index);
+    // The colours of the rows are the same on every desktop, and the texts of some desktops hardly stand out.
+    if (option->backgroundBrush.style() != Qt::NoBrush)
+        option->palette.setColor(QPalette::Text, textOn(option->backgroundBrush.color()));
+    for (const auto group : { QPalette::Active, QPalette::Inactive }) {
+        const QColor highlight = option->palette.color(group, QPalette::Highlight);
+        option->palette.setColor(group, QPalette::HighlightedText, textOn(highlight));
+    }
 }

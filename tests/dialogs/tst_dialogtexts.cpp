@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The texts of all dialogs can be translated, each in the context of its dialog.
+// The texts of all dialogs can be translated, each in the context of its dialog, and every control has a
+// name.
 #include "dialogs/dlgabout.h"
 #include "dialogs/dlgcheckforupdates.h"
 #include "dialogs/dlgdevicemanager.h"
@@ -80,6 +81,16 @@ private slots:
         QCOMPARE(found.size(), texts);
         for (const QString& text : found)
             QVERIFY2(text.startsWith(QLatin1Char('#')), qPrintable(text));
+    }
+
+    void everyControlHasAName_data() { textsCanBeTranslated_data(); }
+
+    void everyControlHasAName()
+    {
+        QFETCH(const Maker, make);
+        const TestStore store;
+        MainWinQorMonitor window;
+        QCOMPARE(namelessControls(*make(&window)), QStringList());
     }
 };
 

@@ -77,6 +77,16 @@ private slots:
         QCOMPARE(m_window->toolBarArea(child<QToolBar>("mainToolBar")), Qt::TopToolBarArea);
     }
 
+    void everyControlHasAName() { QCOMPARE(namelessControls(*m_window), QStringList()); }
+
+    void toolBarCannotBeHidden()
+    {
+        m_window->show();
+        QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(1, 1));
+        QApplication::sendEvent(child<QToolBar>("mainToolBar"), &click);
+        QVERIFY(!QApplication::activePopupWidget());
+    }
+
     void windowHasNoSignalsAndSlots()
     {
         QCOMPARE(QByteArray(MainWinQorMonitor::staticMetaObject.className()),

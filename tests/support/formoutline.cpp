@@ -3,6 +3,7 @@
 
 #include "support/literals.h"
 
+#include <QAccessible>
 #include <QGridLayout>
 #include <QLayout>
 #include <QMetaEnum>
@@ -90,4 +91,21 @@ QStringList formOutline(const QWidget& form)
                             .arg(form.windowTitle()) };
     describe(form.layout(), &lines);
     return lines;
+}
+
+QStringList namelessControls(const QWidget& form)
+{
+    QStringList nameless;
+    const auto widgets = form.findChildren<QWidget*>();
+    for (QWidget* widget : widgets) {
+        const bool isControl = widget->inherits("QAbstractButton") || widget->inherits("QLineEdit")
+            || widget->inherits("QAbstractItemView") || widget->inherits("QTextEdit")
+            || widget->inherits("QProgressBar") || widget->inherits("QToolBar");
+        // Parts of a control have names that begin with "qt_", or none.
+        const bool isOurs = !widget->objectName().isEmpty() && !widget->objectName().startsWith("qt_"_s);
+        if (isControl && isOurs
+            && QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty())
+            nameless << widget->objectName();
+    }
+    return nameless;
 }

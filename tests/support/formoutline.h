@@ -9,3 +9,6 @@ class QWidget;
 // in depth-first order, each as its class and name, followed by what it holds. A spacer is given by its size
 // and policies, a widget by its class, its name and its text or title.
 QStringList formOutline(const QWidget& form);
+
+// The object names of what can be read or worked in the form, and for which a screen reader has no name.
+QStringList namelessControls(const QWidget& form);
