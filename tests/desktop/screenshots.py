@@ -20,11 +20,12 @@ LONG_TEXT = (
     "Füllstand im Vorratsbehälter der Dosieranlage 2 liegt seit mehr als 30 Minuten unter dem "
     "eingestellten Grenzwert von 15 %; bitte umgehend nachfüllen und quittieren"
 )
-LONG_INSTALLER = "QorMonitor-1.05-Installationsprogramm-mit-allen-Bibliotheken-x64.sh"
-DESCRIPTION = f'VersionNo="1.05"\nVersionDate="01. Apr 2025"\nmingw32_x64FileName="{LONG_INSTALLER}"\n'
+DESCRIPTION = 'VersionNo="1.05"\nVersionDate="01. Apr 2025"\nmingw32_x64FileName="{}"\n'
 
 
 class Gallery:
+    installer = "QorMonitor-1.05-Installationsprogramm-mit-allen-Bibliotheken-x64.sh"
+
     def __init__(self, program, simulator, folder, scale):
         self.scale = scale
         self.folder = folder
@@ -36,8 +37,8 @@ class Gallery:
         self.monitor = Monitor(self.session, program)
         self.stack.callback(self.monitor.close)
 
-    def unit(self, name):
-        unit = Unit(self.session, self.simulator, name)
+    def unit(self, name, port=0):
+        unit = Unit(self.session, self.simulator, name, port)
         self.stack.callback(unit.close)
         return unit
 
@@ -62,8 +63,11 @@ class Gallery:
         # Nothing tells when a window is painted to its end.
         self.session.await_idle()
         window = str(self.desktop.window_id(title)) if title else "root"
-        path = os.path.join(self.folder, f"{name}-{100 * self.scale}.png")
-        subprocess.run(["import", "-window", window, path], env=self.session.env, check=True, timeout=30)
+        self.write(f"{name}-{100 * self.scale}.png", "-window", window)
+
+    def write(self, name, *what):
+        path = os.path.join(self.folder, name)
+        subprocess.run(["import", *what, path], env=self.session.env, check=True, timeout=30)
         print(path, flush=True)
 
     def take_main_window(self):
@@ -91,22 +95,22 @@ class Gallery:
         wait_until(lambda: self.desktop.stacking().count(MANAGER_TITLE) == 1, 5, "the box is closed")
         self.session.keys("Escape")
 
-    def take_dialogs(self):
+    def take_about(self):
         self.open_by_menu("Right")
         self.picture("about", "Über QorMonitor ...")
         self.session.keys("Escape")
-        self.open_by_menu("Right", "Down")
-        self.picture("update", "Anwendung aktualisieren")
 
     def take_update(self):
-        """From the update dialog on, with a server that has something new."""
+        """With a server that has something new."""
+        self.open_by_menu("Right", "Down")
+        self.picture("update", "Anwendung aktualisieren")
         self.session.keys("Tab")
         self.session.keys("alt+u")
         wait_until(lambda: self.desktop.stacking().count(MAIN_TITLE) == 2, 10, "an update is offered")
         self.picture("offer", MAIN_TITLE)
         self.server.flow.clear()
         self.session.keys("alt+j")
-        self.server.wait_request(LONG_INSTALLER)
+        self.server.wait_request(self.installer)
         wait_until(lambda: self.desktop.is_shown("Download Monitor"), 5, "the progress is shown")
         self.picture("download", "Download Monitor")
         self.session.keys("Escape")
@@ -114,8 +118,8 @@ class Gallery:
     def start_server(self):
         self.server = UpdateServer(self.session)
         self.stack.callback(self.server.close)
-        self.server.publish("QorMonitorUpdate.info", DESCRIPTION.encode())
-        self.server.publish(LONG_INSTALLER, bytes(1 << 20))
+        self.server.publish("QorMonitorUpdate.info", DESCRIPTION.format(self.installer).encode())
+        self.server.publish(self.installer, bytes(1 << 20))
         return self.server.environment
 
 
@@ -132,7 +136,7 @@ def take(program, simulator, folder, scale):
         gallery.monitor.log.wait("QOR Wasserwerk")
         gallery.take_main_window()
         gallery.take_manager()
-        gallery.take_dialogs()
+        gallery.take_about()
         gallery.take_update()
 
 

@@ -6,14 +6,15 @@ import subprocess
 
 
 class Unit:
-    """On a loopback port that the system chose. Reports once a second, and at once after every command."""
+    """On a loopback port, which the system chooses unless one is given. Reports once a second, and at once
+    after every command."""
 
-    def __init__(self, session, simulator, name):
+    def __init__(self, session, simulator, name, port=0):
         self._processes = session.processes
         self._process = session.run(
             simulator,
             "--unit",
-            f"key=unit,name={name}",
+            f"key=unit,name={name},port={port}",
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             text=True,
@@ -30,6 +31,10 @@ class Unit:
 
     def warn(self, text):
         self._command("warn", "unit", text)
+
+    def tell_version(self, local, remote):
+        """Each a number and a date, such as "1.210 02. Mar 2025"."""
+        self._command("version", "unit", "local", local, "remote", remote)
 
     def send_unknown_command(self):
         """Until it is told to speak."""
