@@ -34,6 +34,11 @@ public:
     QString webScheme() const { return m_webScheme; }
     QString qorName() const { return m_qorName; }
     QString ipAddress() const { return m_ipAddress; }
+    // As of the last updateVersionInfo() with a new number; empty before.
+    QString localVersionNo() const { return m_localVersionNo; }
+    QString localVersionDate() const { return m_localVersionDate; }
+    QString remoteVersionNo() const { return m_remoteVersionNo; }
+    QString remoteVersionDate() const { return m_remoteVersionDate; }
     bool monitored() const { return m_monitored; }
     // Whether the unit needs attention: incompatible or its link disconnected, monitored or not.
     bool alert() const { return m_alert; }

@@ -4,11 +4,10 @@
 
 #include "devices/devicelist.h"
 #include "devices/devicemessages.h"
-#include "devices/repeatedkeys.h"
+#include "devices/unittext.h"
 #include "link/qorinterface.h"
 
 #include <QDebug>
-#include <QJsonDocument>
 #include <QLocale>
 #include <QMessageBox>
 
@@ -33,35 +32,36 @@ QString stringValue(const QJsonObject& object, const char* key)
 
 void Device::processQorMessage(const QByteArray& json)
 {
-    if (json.trimmed().isEmpty()) {
+    const UnitText text = readUnitText(json);
+    const QJsonObject& object = text.object;
+    // The name counts whatever the command is, so a message with an unknown one sets it too.
+    if (text.isWellFormed())
+        setQorName(stringValue(object, "host"));
+    switch (text.kind) {
+    case UnitText::Blank:
         qWarning() << "Device::processQorMessage() skip empty message";
-        return;
-    }
-    QJsonParseError error {};
-    const QJsonObject object = QJsonDocument::fromJson(withoutRepeatedContainers(json), &error).object();
-    if (error.error != QJsonParseError::NoError) {
-        qWarning().noquote() << "Device::processQorMessage() parse error" << error.errorString()
-                             << "at offset" << error.offset << "\nMessage:" << json;
+        break;
+    case UnitText::Unreadable:
+        qWarning().noquote() << "Device::processQorMessage() parse error" << text.error.errorString()
+                             << "at offset" << text.error.offset << "\nMessage:" << json;
         setIncompatible(true);
-        return;
-    }
-
-    // The name counts before the command is looked at, so a message with an unknown one sets it too.
-    setQorName(stringValue(object, "host"));
-    const QString cmd = stringValue(object, "cmd");
-    if (cmd == QLatin1String("StatusReport")) {
+        break;
+    case UnitText::StatusReport:
         setIncompatible(false);
         setWarnings(
             object.value(QLatin1String("value")).toObject().value(QLatin1String("warnings")).toArray());
-    } else if (cmd == QLatin1String("VersionInfo")) {
+        break;
+    case UnitText::VersionInfo:
         updateVersionInfo(
             stringValue(object, "localQorVersionNo"), stringValue(object, "localQorVersionDate"),
             stringValue(object, "remoteQorVersionNo"), stringValue(object, "remoteQorVersionDate"));
-    } else {
+        break;
+    case UnitText::UnknownCommand:
         // The line names another method: readers of logs search for this name.
-        qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << cmd
+        qCritical().noquote() << "Device::onReceiveQorMessage() receive incompatible cmd" << text.cmd
                               << ", message" << json << ", object" << object;
         setIncompatible(true);
+        break;
     }
 }
 

@@ -4,7 +4,6 @@
 #include <QHash>
 #include <QHostAddress>
 #include <QHostInfo>
-#include <QStringList>
 
 #include <algorithm>
 #include <memory>
@@ -44,8 +43,11 @@ bool serves(const Answer& answer)
 
 HostAnswer resolve(const QString& host)
 {
-    const QString address = preferredAddress(QHostInfo::fromName(host).addresses());
-    return { address, Clock::now() };
+    const QList<QHostAddress> addresses = QHostInfo::fromName(host).addresses();
+    QStringList texts;
+    for (const QHostAddress& address : addresses)
+        texts.append(address.toString());
+    return { preferredAddress(addresses), texts, Clock::now() };
 }
 
 Answer resolveInThread(const QString& host)
@@ -80,7 +82,9 @@ std::shared_future<HostAnswer> beginLookUp(const QString& host)
     const QHostAddress literal(host);
     if (host.isEmpty() || !literal.isNull()) {
         std::promise<HostAnswer> known;
-        known.set_value({ host.isEmpty() ? QString() : literal.toString(), Clock::now() });
+        known.set_value(host.isEmpty()
+                            ? HostAnswer { {}, {}, Clock::now() }
+                            : HostAnswer { literal.toString(), { literal.toString() }, Clock::now() });
         return known.get_future();
     }
     auto& all = answers();

@@ -3,12 +3,12 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 #include <future>
 
 class QHostAddress;
-class QStringList;
 
 // The address by which a unit is reached, as text: the first IPv4 address of the list, else its first
 // address, else an empty text.
@@ -20,6 +20,8 @@ QString preferredAddress(const QList<QHostAddress>& addresses);
 struct HostAnswer {
     // The preferred address, empty for an empty or unknown host.
     QString address;
+    // All of them, in the order of the system.
+    QStringList addresses;
     std::chrono::steady_clock::time_point time;
 };
 

@@ -16,7 +16,7 @@ namespace {
 constexpr int silenceIntervalMs = 5000;
 constexpr int stopGraceMs = 100;
 constexpr unsigned long pollIntervalMs = 1;
-constexpr size_t receiveBufferSize = 5000;
+constexpr size_t receiveBufferSize = QorInterface::maxTextSize + 1;
 constexpr int maxTextsUnderWay = 32;
 constexpr int ioThreads = 1;
 constexpr int maxSockets = 1023;
@@ -295,6 +295,8 @@ void QorInterface::receiveUntilStopped()
                 receiveBuffer.at(size) = '\0';
                 ++m_textsUnderWay;
                 emit textReceived(QByteArray(receiveBuffer.data()), QPrivateSignal());
+            } else {
+                emit textTooLong(static_cast<qint64>(size));
             }
         }
         if (!mustWait && (patience.hasExpired() || m_hasMoved)) {

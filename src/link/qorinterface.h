@@ -42,6 +42,9 @@ public:
     };
     Q_ENUM(State)
 
+    // In bytes. A longer one is dropped whole.
+    static constexpr int maxTextSize = 4999;
+
     // Throws zmq::error_t when the ZeroMQ context or socket cannot be created. When the system has not enough
     // open files left for them, they are made by the first connect that finds enough.
     QorInterface();
@@ -86,8 +89,7 @@ public:
     QString ipAddress() const { return m_ipAddress; }
 
 signals:
-    // One received text: raw bytes up to the first zero byte. A text of more than 4999 bytes is dropped
-    // whole. Emitted on the GUI thread.
+    // One received text: raw bytes up to the first zero byte. Emitted on the GUI thread.
     void receiveQorMessage(QByteArray json);
     void connectStateChanged();
     void hostChanged(QString strHost);
@@ -96,6 +98,10 @@ signals:
 
     // The system has no open files left for this link.
     void openFilesExhausted();
+
+    // A text of this many bytes was dropped. The program does not listen to it, unit-probe does. Emitted on
+    // the link thread.
+    void textTooLong(qint64 size);
 
     // Carries a text from the link thread to the GUI thread.
     void textReceived(QByteArray json, QPrivateSignal);

@@ -36,7 +36,7 @@ private slots:
         row(QorInterface::staticMetaObject,
             { "signal receiveQorMessage(QByteArray)"_s, "signal connectStateChanged()"_s,
               "signal hostChanged(QString)"_s, "signal portChanged()"_s, "signal ipAddressChanged(QString)"_s,
-              "signal openFilesExhausted()"_s,
+              "signal openFilesExhausted()"_s, "signal textTooLong(qlonglong)"_s,
               // Behind those for others, the one for itself.
               "signal textReceived(QByteArray)"_s });
         row(FileDownloader::staticMetaObject,

@@ -140,6 +140,10 @@ private slots:
         Publisher publisher;
         QorInterface link;
         const QSignalSpy received(&link, &QorInterface::receiveQorMessage);
+        // No spy: the link thread would write to it.
+        const QObject here;
+        QVector<qint64> dropped;
+        connect(&link, &QorInterface::textTooLong, &here, [&](qint64 size) { dropped.append(size); });
         QVERIFY(connectTo(link, publisher));
         QTRY_COMPARE(link.state(), QorInterface::Pending);
         const LogCapture log;
@@ -149,6 +153,7 @@ private slots:
             publisher.send(text);
         QTRY_COMPARE(received.count(), 2 + delivered.size());
         QCOMPARE(texts(received), QByteArrayList { before } + delivered + QByteArrayList { "end" });
+        QCOMPARE(dropped, delivered.isEmpty() ? QVector<qint64> { sent.size() } : QVector<qint64>());
         // Not a word, even of what is dropped.
         QVERIFY(log.lines().isEmpty());
     }
