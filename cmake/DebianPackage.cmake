@@ -83,7 +83,8 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 the local network in one coloured list, sounds an alarm until someone
 acknowledges it, and lives in the system tray. Its texts are in German.
 .
-A simulator that plays units, for tests and training, comes along.")
+A simulator that plays units, for tests and training, comes along, and a probe
+that says what the monitor makes of one unit.")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION net)
