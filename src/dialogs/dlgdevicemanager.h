@@ -25,6 +25,9 @@ public:
     ~DlgDeviceManager() override;
     Q_DISABLE_COPY_MOVE(DlgDeviceManager)
 
+    // Refreshes the status of all rows, without a log line. A hidden dialog does so when it is shown.
+    void refreshStatus();
+
 public slots:
     // Enables the buttons that need a unit loaded into the fields.
     void updateActions();
@@ -34,8 +37,6 @@ public slots:
     void rebuildList();
     // Refreshes name and status of the unit's row; the other cells change only by a rebuild.
     void updateDevice(Device* pDevice);
-    // Refreshes the status of all rows, without a log line. A hidden dialog does so when it is shown.
-    void refreshStatus();
 
 protected:
     void showEvent(QShowEvent* event) override;
