@@ -19,6 +19,7 @@
 
 namespace {
 constexpr int allowedMs = 20000;
+const QByteArray good = zmtp::greeting("NULL") + zmtp::readyAs("PUB");
 
 // Reads a script from its begin; behind its end there are zeros only.
 class Script {
@@ -55,8 +56,12 @@ public:
         connect(this, &QTcpServer::newConnection, this, [this] {
             m_link = nextPendingConnection();
             connect(m_link, &QTcpSocket::disconnected, m_link, &QObject::deleteLater);
-            // The link says nothing but its part of the handshake.
-            connect(m_link, &QTcpSocket::readyRead, m_link, [link = m_link] { link->readAll(); });
+            m_heard = 0;
+            connect(m_link, &QTcpSocket::readyRead, m_link, [this, link = m_link.data()] {
+                const int count = link->readAll().size();
+                if (link == m_link)
+                    m_heard += count;
+            });
             if (!m_greeting.isEmpty())
                 say(m_greeting);
             ++m_connections;
@@ -66,6 +71,8 @@ public:
     void greetWith(const QByteArray& greeting) { m_greeting = greeting; }
     int connections() const { return m_connections; }
     bool isConnected() const { return m_link && m_link->state() == QAbstractSocket::ConnectedState; }
+    // Whether the link has answered the greeting. Before, no peer may send a message.
+    bool isGreeted() const { return isConnected() && m_heard >= good.size(); }
     void say(const QByteArray& bytes)
     {
         if (!isConnected())
@@ -83,6 +90,7 @@ private:
     QByteArray m_greeting;
     QPointer<QTcpSocket> m_link;
     int m_connections = 0;
+    int m_heard = 0;
 };
 
 void await(const std::function<bool()>& comesTrue)
@@ -139,7 +147,6 @@ bool play(Script& script, Peer& peer)
 
 void tryInput(const QByteArray& input)
 {
-    static const QByteArray good = zmtp::greeting("NULL") + zmtp::readyAs("PUB");
     static auto& peer = *new Peer;
     static auto& list = *new DeviceList(nullptr);
     static Device* const device = [] {
@@ -161,7 +168,7 @@ void tryInput(const QByteArray& input)
         await([&] { return peer.connections() > before; });
         play(script, peer);
         peer.leave();
-    } else if (await([] { return peer.isConnected(); }); !play(script, peer)) {
+    } else if (await([] { return peer.isGreeted(); }); !play(script, peer)) {
         peer.leave();
     }
     peer.greetWith(good);
@@ -172,7 +179,7 @@ void tryInput(const QByteArray& input)
     int connections = -1;
     await([&] {
         // Once in each connection, for the link may leave one on which something wrong was said.
-        if (peer.isConnected() && connections != peer.connections()) {
+        if (peer.isGreeted() && connections != peer.connections()) {
             connections = peer.connections();
             peer.say(zmtp::frame(report));
         }

@@ -80,6 +80,8 @@ class Session:
             "QT_FORCE_STDERR_LOGGING": "1",
             "NO_AT_BRIDGE": "0",
         }
+        # For a program with sanitizers.
+        env.update({name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")})
         for name in ("bin", "home/Downloads", "config", "runtime", "tmp"):
             os.makedirs(self.path(name), mode=0o700)
         browser = self.path("bin/xdg-open")
