@@ -16,6 +16,7 @@
 
 #include <chrono>
 #include <functional>
+#include <utility>
 
 namespace {
 constexpr int allowedMs = 20000;
@@ -24,8 +25,8 @@ const QByteArray good = zmtp::greeting("NULL") + zmtp::readyAs("PUB");
 // Reads a script from its begin; behind its end there are zeros only.
 class Script {
 public:
-    explicit Script(const QByteArray& text)
-        : m_rest(text)
+    explicit Script(QByteArray text)
+        : m_rest(std::move(text))
     {
     }
 
@@ -33,7 +34,7 @@ public:
     unsigned number() { return static_cast<unsigned char>(bytes(1).append('\0').front()); }
     QByteArray bytes(unsigned count)
     {
-        const QByteArray taken = m_rest.left(static_cast<int>(count));
+        QByteArray taken = m_rest.left(static_cast<int>(count));
         m_rest.remove(0, taken.size());
         return taken;
     }

@@ -14,6 +14,7 @@
 #include "widgets/devicerow.h"
 #include "widgets/onelinedelegate.h"
 
+#include <QApplication>
 #include <QDebug>
 #include <QDesktopServices>
 #include <QMessageBox>
@@ -256,6 +257,9 @@ void MainWinQorMonitor::showDeviceManager()
     if (!m_ui->actionDeviceManager->isEnabled())
         return;
     m_deviceManager->show();
+    // From the tray, while it must wait for another dialog.
+    if (QApplication::activeModalWidget())
+        return;
     // It may be open already, behind other windows.
     m_deviceManager->raise();
     m_deviceManager->activateWindow();

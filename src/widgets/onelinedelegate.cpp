@@ -28,10 +28,24 @@ bool breaksLine(QChar character)
     }
 }
 
-// Units send what they like, and a text that looks like HTML would be shown as such.
-QString asPlainText(const QString& text)
+// Units send what they like: what looks like HTML would be shown as such, a long text without blanks would be
+// one line, and a very long one larger than the screen.
+QString asToolTip(QString text)
 {
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
+    constexpr int mostCharacters = 1000;
+    constexpr int longestWord = 40;
+    const QChar mayBreak(0x200b);
+    if (text.size() > mostCharacters)
+        text = text.left(mostCharacters) + QStringLiteral(" ...");
+    int word = 0;
+    for (int i = 0; i < text.size(); ++i) {
+        word = text.at(i).isSpace() ? 0 : word + 1;
+        if (word > longestWord) {
+            text.insert(i, mayBreak);
+            word = 0;
+        }
+    }
+    return QStringLiteral("<p>%1</p>").arg(text.toHtmlEscaped());
 }
 
 // As https://www.w3.org/TR/WCAG21/#dfn-relative-luminance has it.
@@ -71,14 +85,15 @@ bool OneLineDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
 {
     if (event->type() != QEvent::ToolTip)
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    QString text = index.data().toString();
+    QString text = displayText(index.data(), option.locale);
     const bool isCut = sizeHint(option, index).width() > option.rect.width();
     if (const Device* device = boundDevice(index); text.isEmpty() && index.column() == m_nameColumn && device)
         text = device->displayName();
     else if (!isCut)
         text.clear();
     // An empty text hides the tool tip of another cell.
-    QToolTip::showText(event->globalPos(), text.isEmpty() ? text : asPlainText(text), view);
+    QToolTip::showText(event->globalPos(), text.isEmpty() ? text : asToolTip(text), view->viewport(),
+                       option.rect);
     return true;
 }
 

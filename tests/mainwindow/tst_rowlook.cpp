@@ -9,11 +9,13 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QHelpEvent>
+#include <QScreen>
 #include <QStyleFactory>
 #include <QTextDocument>
 #include <QToolTip>
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -137,17 +139,41 @@ private slots:
 
     void cutTextIsReadInTheToolTip()
     {
-        const auto text = "<b>Ein Text</b> & noch einer\n"_s + "sehr lang "_s.repeated(40);
+        const auto text = "<b>Ein Text</b> & noch einer\n"_s + "und noch einer "_s.repeated(30).trimmed();
         addUnlinkedUnit()->processQorMessage(statusReport("Halle"_s, { warning(text) }));
         m_window->show();
         const int row = messages()->topLevelItemCount() - 1;
         point(messages(), row, 2);
         QTextDocument shown;
         shown.setHtml(QToolTip::text());
-        QCOMPARE(shown.toPlainText().replace(QChar::LineSeparator, QLatin1Char('\n')), text);
+        QCOMPARE(shown.toPlainText(), QString(text).replace(QLatin1Char('\n'), QLatin1Char(' ')));
         // One that is whole has none.
         point(messages(), row, 1);
         QTRY_COMPARE(QToolTip::text(), QString());
+    }
+
+    void toolTipIsNoLargerThanTheScreen_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one word") << QString(4800, QLatin1Char('W'));
+        QTest::newRow("many words") << "noch ein Wort "_s.repeated(340);
+        QTest::newRow("line breaks") << QString(2300, QLatin1Char('\n')) + "Ende"_s;
+    }
+
+    void toolTipIsNoLargerThanTheScreen()
+    {
+        QFETCH(const QString, text);
+        addUnlinkedUnit()->setWarnings({ warning(text) });
+        m_window->show();
+        point(messages(), 1, 2);
+        const auto windows = QApplication::topLevelWidgets();
+        const auto tip = std::find_if(windows.begin(), windows.end(), [](const QWidget* window) {
+            return window->inherits("QTipLabel") && window->isVisible();
+        });
+        QVERIFY(tip != windows.end());
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        QVERIFY2((*tip)->width() <= screen.width() && (*tip)->height() <= screen.height(),
+                 qPrintable("%1 x %2"_s.arg((*tip)->width()).arg((*tip)->height())));
     }
 
     void rowWithoutANameSaysWhichUnitItIs()

@@ -136,6 +136,21 @@ private slots:
         QCOMPARE(json.value("state"_s), pendingText);
         QCOMPARE(json.value("tooLong"_s),
                  (QJsonArray { QJsonObject { { "size"_s, 5000 }, { "count"_s, 1 } } }));
+        QCOMPARE(json.value("dropped"_s), 1);
+    }
+
+    void whatAUnitSaysSteersNoTerminal()
+    {
+        const auto steering = QStringLiteral("a\u009b2J\u202eb\u2028c");
+        const QByteArray report = statusReport(steering);
+        probe({}, { report });
+        QCOMPARE(exitCode(), 0);
+        const QStringList lines = output();
+        QVERIFY2(lines.contains("Name:     a 2J b c"_s), qPrintable(lines.join(QLatin1Char('\n'))));
+        probe({ "--json"_s }, { report });
+        QCOMPARE(exitCode(), 0);
+        const QString json = output().join(QLatin1Char('\n'));
+        QVERIFY2(json.contains("\"a\\u009b2J\\u202eb\\u2028c\""_s), qPrintable(json));
     }
 
     void tellsWhatIsIncompatible()

@@ -4,7 +4,6 @@
 #include "link/qorinterface.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace {
 // A unit may say something else each time.
@@ -33,8 +32,8 @@ QString messageLine(const QJsonObject& message)
 QString printable(QString line)
 {
     std::replace_if(
-        line.begin(), line.end(),
-        [](QChar character) { return character.category() == QChar::Other_Control; }, QLatin1Char(' '));
+        line.begin(), line.end(), [](QChar character) { return Findings::steers(character); },
+        QLatin1Char(' '));
     return line;
 }
 
@@ -61,6 +60,19 @@ QString verdictWord(Findings::Verdict verdict)
 }
 } // namespace
 
+bool Findings::steers(QChar character)
+{
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
 void Findings::addRefusal(const QString& reason, const QByteArray& text)
 {
     ++refused;
@@ -74,6 +86,7 @@ void Findings::addRefusal(const QString& reason, const QByteArray& text)
 
 void Findings::addTooLong(qint64 size)
 {
+    ++dropped;
     if (tooLong.size() < mostSizes || tooLong.contains(size))
         ++tooLong[size];
 }
@@ -119,7 +132,7 @@ QStringList Findings::result() const
                       .arg(versionInfos)
                       .arg(blanks)
                       .arg(refused)
-                      .arg(std::accumulate(tooLong.cbegin(), tooLong.cend(), 0))));
+                      .arg(dropped)));
         lines.append(QStringLiteral("Im Monitor:"));
         for (const QJsonValue& message : messages)
             lines.append(messageLine(message.toObject()));
@@ -135,7 +148,8 @@ QStringList Findings::faults() const
     if (!refusals.isEmpty())
         lines.append(QStringLiteral("Inkompatibel:"));
     for (const Refusal& refusal : refusals) {
-        lines.append(QStringLiteral("  %1 mal %2").arg(refusal.count).arg(refusal.reason));
+        lines.append(
+            QStringLiteral("  %1 mal %2").arg(refusal.count).arg(refusal.reason.left(excerptLength)));
         lines.append(QStringLiteral("    ") + QString::fromUtf8(refusal.text).left(excerptLength));
     }
     if (!tooLong.isEmpty())
@@ -204,6 +218,7 @@ QJsonObject Findings::json() const
         { QStringLiteral("blanks"), blanks },
         { QStringLiteral("refused"), refused },
         { QStringLiteral("refusals"), refusalList },
+        { QStringLiteral("dropped"), dropped },
         { QStringLiteral("tooLong"), tooLongList },
         { QStringLiteral("silences"), silences },
         { QStringLiteral("portError"), portError },

@@ -31,6 +31,9 @@ struct Findings {
     QStringList result() const;
     QJsonObject json() const;
 
+    // Whether a character could steer a terminal, or turn a line around.
+    static bool steers(QChar character);
+
     void addRefusal(const QString& reason, const QByteArray& text);
     void addTooLong(qint64 size);
     bool isAnythingHeard() const { return textCount() > 0 || !tooLong.isEmpty(); }
@@ -56,7 +59,8 @@ struct Findings {
     int refused = 0;
     // The first ones that differ.
     QVector<Refusal> refusals;
-    // How many there were of each size.
+    // Texts that were too long, and how many there were of the first sizes.
+    int dropped = 0;
     QMap<qint64, int> tooLong;
     // How often the monitor would have called the unit disconnected.
     int silences = 0;

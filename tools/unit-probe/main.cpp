@@ -100,6 +100,20 @@ Arguments readArguments()
     return result;
 }
 
+// Qt escapes only what lies below the blank.
+QString asText(const QJsonObject& object)
+{
+    const QString json = QString::fromUtf8(QJsonDocument(object).toJson().trimmed());
+    QString text;
+    for (const QChar character : json) {
+        if (character > QLatin1Char(' ') && Findings::steers(character))
+            text += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            text += character;
+    }
+    return text;
+}
+
 void write(const QStringList& lines)
 {
     for (const QString& line : lines)
@@ -119,7 +133,7 @@ int run()
     if (!probe.findings().address.isEmpty())
         probe.listen();
     if (arguments.asJson)
-        Console::writeLine(QString::fromUtf8(QJsonDocument(probe.findings().json()).toJson().trimmed()));
+        Console::writeLine(asText(probe.findings().json()));
     else
         write(probe.findings().result());
     return probe.findings().verdict();
