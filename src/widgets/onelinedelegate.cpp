@@ -101,8 +101,12 @@ void OneLineDelegate::initStyleOption(QStyleOptionViewItem* option, const QModel
 {
     QStyledItemDelegate::initStyleOption(option, index);
     // The colours of the rows are the same on every desktop, and the texts of some desktops hardly stand out.
-    if (option->backgroundBrush.style() != Qt::NoBrush)
+    // A selected row keeps its colour, for that is what is seen from afar.
+    if (option->backgroundBrush.style() != Qt::NoBrush) {
+        constexpr int darkerPercent = 140;
         option->palette.setColor(QPalette::Text, textOn(option->backgroundBrush.color()));
+        option->palette.setColor(QPalette::Highlight, option->backgroundBrush.color().darker(darkerPercent));
+    }
     for (const auto group : { QPalette::Active, QPalette::Inactive }) {
         const QColor highlight = option->palette.color(group, QPalette::Highlight);
         option->palette.setColor(group, QPalette::HighlightedText, textOn(highlight));

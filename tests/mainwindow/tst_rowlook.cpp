@@ -104,6 +104,21 @@ private slots:
         }
     }
 
+    void selectedRowKeepsItsColour()
+    {
+        addUnlinkedUnit();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        const auto shown = [this] {
+            return messages()->viewport()->grab(cellAt(messages(), 0, 1)).toImage().pixelColor(5, 5);
+        };
+        QCOMPARE(shown(), QColor(Qt::red));
+        messages()->setCurrentItem(messages()->topLevelItem(0));
+        QVERIFY(shown() != QColor(Qt::red));
+        QCOMPARE(shown().hue(), QColor(Qt::red).hue());
+        QCOMPARE(shown().saturation(), QColor(Qt::red).saturation());
+    }
+
     void screenReaderHearsWhatTheColourSays()
     {
         Device* unit = addUnlinkedUnit();

@@ -69,11 +69,12 @@ Arguments readArguments()
     const QCommandLineOption versionOption({ QStringLiteral("v"), QStringLiteral("version") },
                                            QStringLiteral("Zeigt die Version."));
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Schreibt ein JSON-Objekt."));
-    const QCommandLineOption secondsOption(QStringLiteral("seconds"), QStringLiteral("Wie lange es horcht."),
+    const QCommandLineOption secondsOption(QStringLiteral("seconds"),
+                                           QStringLiteral("Wie lange es horcht, 1 bis 3600 s; sonst 10."),
                                            QStringLiteral("N"), QString::number(shownSeconds));
     parser.addOptions({ helpOption, versionOption, jsonOption, secondsOption });
     parser.addPositionalArgument(QStringLiteral("HOST"), QStringLiteral("Name oder Adresse des Geräts."));
-    parser.addPositionalArgument(QStringLiteral("PORT"), QStringLiteral("Sein QOR Port."),
+    parser.addPositionalArgument(QStringLiteral("PORT"), QStringLiteral("Sein QOR Port; sonst 5566."),
                                  QStringLiteral("[PORT]"));
     if (!parser.parse(QCoreApplication::arguments()))
         throw UsageError(parser.errorText());
