@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-// What a peer of ZeroMQ says, put together by hand: protocol 3.1 as https://rfc.zeromq.org/spec/23 has it.
+// What a peer of ZeroMQ says, put together by hand, as RFC 23 of ZeroMQ has it (ZMTP 3.1).
 namespace zmtp {
 
 // The first words, with the name of a security mechanism.
