@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "link/hostlookup.h"
 
+#include "base/detachedthread.h"
+
 #include <QHash>
 #include <QHostAddress>
 #include <QHostInfo>
@@ -8,7 +10,6 @@
 #include <algorithm>
 #include <memory>
 #include <system_error>
-#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -55,7 +56,7 @@ Answer resolveInThread(const QString& host)
     const auto task = std::make_shared<std::packaged_task<HostAnswer()>>([host] { return resolve(host); });
     try {
         // Nobody waits for its end: without a name server it may take half a minute.
-        std::thread([task] { (*task)(); }).detach();
+        startDetached([task] { (*task)(); });
     } catch (const std::system_error&) {
         // The system has no further thread to give.
         (*task)();

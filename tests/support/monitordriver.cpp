@@ -2,6 +2,8 @@
 // A plugin that Qt loads into the real program with "-plugin monitordriver". It lets a test work
 // the program's window without a desktop: orders come as lines on standard input, each is answered by one
 // line on standard output.
+#include "base/detachedthread.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QCoreApplication>
@@ -18,7 +20,6 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
-#include <thread>
 
 namespace {
 
@@ -93,7 +94,7 @@ public:
         m_answers.open(stdout, QIODevice::WriteOnly);
         // Not every system can watch a pipe, so a thread waits for the orders. It cannot be woken up and may
         // be left behind by this object.
-        std::thread(readOrders, m_reader).detach();
+        startDetached([reader = m_reader] { readOrders(reader); });
     }
 
     ~MonitorDriver() override

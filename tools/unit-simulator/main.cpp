@@ -3,11 +3,12 @@
 #include "scenario.h"
 #include "simulator.h"
 
+#include "base/detachedthread.h"
+
 #include <QCommandLineParser>
 
 #include <cstdlib>
 #include <iostream>
-#include <thread>
 
 namespace {
 constexpr int inputErrorCode = 2;
@@ -91,7 +92,7 @@ void processInput(Simulator& simulator, const QString& line)
 // Only a line of input wakes the reading thread. So it cannot be joined, and the program ends without it.
 void readInput(Simulator& simulator, bool stay)
 {
-    std::thread([&simulator, stay] {
+    startDetached([&simulator, stay] {
         for (std::string line; std::getline(std::cin, line);) {
             const auto process
                 = [&simulator, line] { processInput(simulator, QString::fromStdString(line)); };
@@ -99,7 +100,7 @@ void readInput(Simulator& simulator, bool stay)
         }
         if (!stay)
             QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
-    }).detach();
+    });
 }
 
 int run()
