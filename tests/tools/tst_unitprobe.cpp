@@ -192,6 +192,7 @@ private slots:
         QCOMPARE(exitCode(), 4);
         const QJsonObject json = outputObject();
         QCOMPARE(json.value("silences"_s), 1);
+        QCOMPARE(json.value("verdictText"_s), "Das Gerät ist zu hören, aber es schweigt zu lange."_s);
         QCOMPARE(json.value("state"_s), "Getrennt"_s);
     }
 
@@ -211,6 +212,7 @@ private slots:
         QTest::newRow("127.0.0.1 x") << "\"x\" ist keine Zahl von 1 bis 65535"_s;
         QTest::newRow("127.0.0.1 0") << "\"0\" ist keine Zahl von 1 bis 65535"_s;
         QTest::newRow("127.0.0.1 65536") << "\"65536\" ist keine Zahl von 1 bis 65535"_s;
+        QTest::newRow("127.0.0.1:5566") << "HOST und PORT stehen getrennt: 127.0.0.1 5566"_s;
         QTest::newRow("127.0.0.1 5566 5567") << "\"5567\" ist zu viel"_s;
         QTest::newRow("127.0.0.1 --seconds 0") << "\"0\" ist keine Zahl von 1 bis 3600"_s;
         QTest::newRow("127.0.0.1 --seconds 1.5") << "\"1.5\" ist keine Zahl von 1 bis 3600"_s;

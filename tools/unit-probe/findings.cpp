@@ -97,9 +97,12 @@ Findings::Verdict Findings::verdict() const
         return NoAddress;
     if (!isAnythingHeard())
         return NothingHeard;
-    const bool isFine
-        = statusReports + versionInfos > 0 && refused == 0 && tooLong.isEmpty() && silences == 0;
-    return isFine ? Fine : Faulty;
+    return isUsable() && silences == 0 ? Fine : Faulty;
+}
+
+bool Findings::isUsable() const
+{
+    return statusReports + versionInfos > 0 && refused == 0 && tooLong.isEmpty();
 }
 
 QStringList Findings::heading() const
@@ -172,7 +175,9 @@ QString Findings::verdictText() const
     case NoAddress:
         return QStringLiteral("Zu diesem Namen gibt es keine Adresse.");
     case Faulty:
-        return QStringLiteral("Das Gerät ist zu hören, aber der Monitor kann nicht alles davon gebrauchen.");
+        return isUsable()
+            ? QStringLiteral("Das Gerät ist zu hören, aber es schweigt zu lange.")
+            : QStringLiteral("Das Gerät ist zu hören, aber der Monitor kann nicht alles davon gebrauchen.");
     }
     return {};
 }

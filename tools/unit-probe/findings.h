@@ -37,6 +37,8 @@ struct Findings {
     void addRefusal(const QString& reason, const QByteArray& text);
     void addTooLong(qint64 size);
     bool isAnythingHeard() const { return textCount() > 0 || !tooLong.isEmpty(); }
+    // Whether the monitor takes everything that the unit says.
+    bool isUsable() const;
 
     QString host;
     int port = 0;

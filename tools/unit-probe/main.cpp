@@ -92,6 +92,10 @@ Arguments readArguments()
     result.host = values.value(0).trimmed();
     if (result.host.isEmpty())
         throw UsageError(QStringLiteral("HOST fehlt"));
+    // As a tool tip of the monitor shows a unit. An IPv6 address has more colons.
+    if (result.host.count(QLatin1Char(':')) == 1)
+        throw UsageError(QStringLiteral("HOST und PORT stehen getrennt: ")
+                         + QString(result.host).replace(QLatin1Char(':'), QLatin1Char(' ')));
     if (values.size() > 2)
         throw UsageError(QStringLiteral("\"%1\" ist zu viel").arg(values.at(2)));
     if (values.size() == 2)
