@@ -95,6 +95,10 @@ DlgAbout::DlgAbout(QWidget* parent)
     , m_ui(std::make_unique<Ui::DlgAbout>())
 {
     m_ui->setupUi(this);
+    // The text's colours are fixed, and a dark desktop would hide them.
+    QPalette palette;
+    palette.setColor(QPalette::Base, Qt::white);
+    m_ui->textBrowser->setPalette(palette);
     QString aboutHtml;
     QTextStream html(&aboutHtml);
     html << styleBlock << "<div style='margin:auto;text-align: center;'>\n";

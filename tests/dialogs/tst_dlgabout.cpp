@@ -9,6 +9,7 @@
 #include "support/messageboxes.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
 #include <QLayout>
 #include <QPushButton>
 #include <QScrollBar>
@@ -145,6 +146,16 @@ private slots:
         const QTextBlockFormat block = browser(about)->document()->find("Telefon:"_s).blockFormat();
         QCOMPARE(block.lineHeightType(), int(QTextBlockFormat::ProportionalHeight));
         QCOMPARE(block.lineHeight(), 100.0);
+    }
+
+    void textStandsOnWhiteInADarkDesktop()
+    {
+        const QPalette before = QApplication::palette();
+        const auto restore = qScopeGuard([&] { QApplication::setPalette(before); });
+        QApplication::setPalette(QPalette(QColor(45, 45, 45), QColor(35, 35, 35)));
+        DlgAbout about(nullptr);
+        const QImage picture = browser(about)->grab().toImage();
+        QCOMPARE(picture.pixelColor(1, 1), QColor(Qt::white));
     }
 
     void labelsAreBold()
