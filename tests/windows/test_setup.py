@@ -371,8 +371,12 @@ class SetupTest(unittest.TestCase):
         self.install(desktop.setup)
         self.add_unit()
         self.serve_newer_version()
-        downloaded = pathlib.Path(desktop.path("home/Downloads"), desktop.newer_setup.name)
-        self.addCleanup(downloaded.unlink, missing_ok=True)
+        # The user has moved the folder.
+        downloads = desktop.prefix / "drive_c/moved"
+        downloads.mkdir()
+        desktop.move_downloads("C:/moved")
+        self.addCleanup(desktop.move_downloads, None)
+        downloaded = downloads / desktop.newer_setup.name
 
         monitor, window = desktop.open(MONITOR, self.program)
         others = wait_until(

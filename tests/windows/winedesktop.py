@@ -21,6 +21,8 @@ SETTINGS = r"HKEY_CURRENT_USER\Software\Varko\QorMonitor"
 ENVIRONMENT = r"HKEY_CURRENT_USER\Environment"
 _FONTS = r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion\FontSubstitutes"
 _CONNECTIONS = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections"
+_FOLDERS = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders"
+_DOWNLOADS = "{374DE290-123F-4565-9164-39C4925E467B}"
 # Of WinINet.
 _DIRECT, _PROXY = 1, 2
 _FOCUS_SECONDS = 0.7
@@ -31,6 +33,8 @@ START_SECONDS = 60
 
 def _written(value):
     """As a registry file has it; a text has neither quotes nor backslashes."""
+    if value is None:
+        return "-"
     if isinstance(value, bytes):
         return f"hex:{value.hex(',')}"
     return f"dword:{value:08x}" if isinstance(value, int) else f'"{value}"'
@@ -115,7 +119,7 @@ class WineDesktop(Session):
         return values
 
     def write_registry(self, keys):
-        """Writes these values of these keys. A key with None is removed."""
+        """Writes these values of these keys. A key or value of None is removed."""
         lines = ["Windows Registry Editor Version 5.00", ""]
         for key, values in keys.items():
             lines.append(f"[-{key}]" if values is None else f"[{key}]")
@@ -154,6 +158,10 @@ class WineDesktop(Session):
         blob = struct.pack("<III", 0x46, 1, _DIRECT | (_PROXY if address else 0))
         blob += b"".join(struct.pack("<I", len(text)) + text for text in texts) + bytes(32)
         self.write_registry({_CONNECTIONS: {"DefaultConnectionSettings": blob}})
+
+    def move_downloads(self, folder):
+        """What a user chooses in the properties of the folder; without a folder the usual place."""
+        self.write_registry({_FOLDERS: {_DOWNLOADS: folder}})
 
     def windows(self, title):
         found = subprocess.run(
