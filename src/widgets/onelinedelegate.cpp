@@ -35,12 +35,14 @@ QString asToolTip(QString text)
     constexpr int mostCharacters = 1000;
     constexpr int longestWord = 40;
     const QChar mayBreak(0x200b);
-    if (text.size() > mostCharacters)
-        text = text.left(mostCharacters) + QStringLiteral(" ...");
+    if (text.size() > mostCharacters) {
+        const int end = text.at(mostCharacters).isLowSurrogate() ? mostCharacters - 1 : mostCharacters;
+        text = text.left(end) + QStringLiteral(" ...");
+    }
     int word = 0;
     for (int i = 0; i < text.size(); ++i) {
         word = text.at(i).isSpace() ? 0 : word + 1;
-        if (word > longestWord) {
+        if (word > longestWord && !text.at(i).isLowSurrogate()) {
             text.insert(i, mayBreak);
             word = 0;
         }

@@ -167,20 +167,24 @@ private slots:
         QTRY_COMPARE(QToolTip::text(), QString());
     }
 
-    void toolTipIsNoLargerThanTheScreen_data()
+    void longToolTipCanBeShown_data()
     {
         QTest::addColumn<QString>("text");
         QTest::newRow("one word") << QString(4800, QLatin1Char('W'));
         QTest::newRow("many words") << "noch ein Wort "_s.repeated(340);
+        // Two code units each, at even and at odd places.
+        QTest::newRow("emoji") << "😀"_s.repeated(1200);
+        QTest::newRow("emoji behind a letter") << "W"_s + "😀"_s.repeated(1200);
         QTest::newRow("line breaks") << QString(2300, QLatin1Char('\n')) + "Ende"_s;
     }
 
-    void toolTipIsNoLargerThanTheScreen()
+    void longToolTipCanBeShown()
     {
         QFETCH(const QString, text);
         addUnlinkedUnit()->setWarnings({ warning(text) });
         m_window->show();
         point(messages(), 1, 2);
+        QVERIFY(QToolTip::text().isValidUtf16());
         const auto windows = QApplication::topLevelWidgets();
         const auto tip = std::find_if(windows.begin(), windows.end(), [](const QWidget* window) {
             return window->inherits("QTipLabel") && window->isVisible();
