@@ -91,6 +91,8 @@ private slots:
         link.reset();
         QVERIFY(publisher.waitForUnsubscriber());
         QCOMPARE(log.count(QtDebugMsg, disconnectLine), 2);
+        // No loop was left for the end of its socket.
+        QVERIFY(!log.contains(QtDebugMsg, "QorInterface::run(): caught unspecified exception"_s));
     }
 
     void unitEndsThoughAListenerOfItsLinkSwitchesItOver()
