@@ -68,9 +68,6 @@ DlgCheckForUpdates::~DlgCheckForUpdates() = default;
 void DlgCheckForUpdates::addServerUrl(const QString& url)
 {
     m_serverUrls.append(url);
-    // Only the first one is asked, and each search that ends would load its description again.
-    if (m_serverUrls.size() == 1)
-        m_proxies.lookUp(QUrl(url));
 }
 
 void DlgCheckForUpdates::checkForUpdates(bool interactive)
@@ -85,7 +82,7 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
     if (m_serverUrls.isEmpty())
         return;
     m_fileDownload = false;
-    if (m_proxies.areKnown())
+    if (m_proxies.areKnown(QUrl(m_serverUrls.first())))
         loadDescription();
     else
         m_downloader->setBusy(true);

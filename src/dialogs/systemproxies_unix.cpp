@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/systemproxies.h"
 
-void SystemProxies::lookUp(const QUrl& url)
+bool SystemProxies::areKnown(const QUrl& url)
 {
     Q_UNUSED(url)
+    return true;
 }

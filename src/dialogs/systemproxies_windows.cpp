@@ -25,9 +25,11 @@ private:
 };
 } // namespace
 
-void SystemProxies::lookUp(const QUrl& url)
+bool SystemProxies::areKnown(const QUrl& url)
 {
-    m_known = false;
+    if (m_state != Unknown)
+        return m_state == Known;
+    m_state = Searching;
     const auto proxies = std::make_shared<QList<QNetworkProxy>>();
     // Without a parent: a search that is still going on must not hold up the end of the program, and ends
     // with it.
@@ -37,8 +39,9 @@ void SystemProxies::lookUp(const QUrl& url)
     connect(thread, &QThread::finished, this, [this, proxies] {
         // Qt takes the factory over.
         QNetworkProxyFactory::setApplicationProxyFactory(new KnownProxies(*proxies));
-        m_known = true;
+        m_state = Known;
         emit found();
     });
     thread->start();
+    return false;
 }
