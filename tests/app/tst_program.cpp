@@ -175,6 +175,31 @@ private slots:
         QVERIFY(!monitor.log().contains("main: exit"_s));
     }
 
+    void closingADialogOfAHiddenWindowLeavesTheProgramRunning()
+    {
+        const MonitorHome home;
+        MonitorProcess monitor(home);
+        QVERIFY(monitor.waitForWindow());
+        QCOMPARE(monitor.order("close"), QByteArray("done"));
+        // A window without a parent, and the last one on the screen.
+        QCOMPARE(monitor.order("trigger actionUpdates"), QByteArray("done"));
+        QVERIFY(QTest::qWaitFor([&] { return monitor.order("modal") == "DlgCheckForUpdates"; }));
+        QCOMPARE(monitor.order("dismiss"), QByteArray("done"));
+        for (int turn = 0; turn < 10; ++turn)
+            QCOMPARE(monitor.order("modal"), QByteArray("none"));
+        QVERIFY(monitor.isRunning());
+    }
+
+    void resultOfTheLoopIsTheExitCode()
+    {
+        const MonitorHome home;
+        MonitorProcess monitor(home);
+        QVERIFY(monitor.waitForWindow());
+        QCOMPARE(monitor.order("leave 7"), QByteArray("done"));
+        QCOMPARE(monitor.waitForExitCode(), 7);
+        QVERIFY2(monitor.log().endsWith("\nmain: exit 7\n"_s), qPrintable(monitor.log()));
+    }
+
     void applicationIsSetUp()
     {
         const MonitorHome home;
