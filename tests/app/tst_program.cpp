@@ -35,7 +35,8 @@ private slots:
     void bannerComesFirst()
     {
         const MonitorHome home;
-        MonitorProcess monitor(home);
+        // The application object would complain of it before anything else.
+        MonitorProcess monitor(home, { "-plugin"_s, "no-such-plugin"_s });
         QVERIFY(monitor.waitForWindow());
         const QStringList lines = monitor.log().split(QLatin1Char('\n'));
         QVERIFY(lines.size() > 9);
@@ -48,6 +49,7 @@ private slots:
                                Contact::Maker::street, Contact::Maker::town, Contact::Maker::email,
                                "==============================="_s, QString() }));
         QVERIFY(!lines.at(9).isEmpty());
+        QVERIFY(lines.mid(9).join(QString()).contains("no-such-plugin"_s));
         QCOMPARE(lines.count(lines.at(2)), 1);
     }
 
