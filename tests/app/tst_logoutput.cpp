@@ -7,10 +7,12 @@
 #include "support/platform.h"
 
 #include <QCommandLineParser>
+#include <QTextCodec>
 #include <QTime>
 #include <QtTest>
 
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -91,6 +93,16 @@ const std::map<QString, std::function<void()>> roles {
     { "no-context"_s, [] { log(QtFatalMsg, "f"_s, {}); } },
     { "unknown-type"_s, [] { log(static_cast<QtMsgType>(QtInfoMsg + 1), "?"_s); } },
     { "umlauts"_s, [] { log(QtCriticalMsg, "Gerät %s %n"_s); } },
+    { "other-encoding"_s,
+      [] {
+          QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO 8859-1"));
+          log(QtCriticalMsg, "Gerät"_s);
+      } },
+    { "leave-without-flush"_s,
+      [] {
+          logAll();
+          std::_Exit(0);
+      } },
     { "go-on-after-fatal"_s,
       [] {
           log(QtFatalMsg, "f"_s);
@@ -195,6 +207,8 @@ private slots:
         row("fatal without context", "no-context no-color", "", "(F) f (:0, )\n");
         row("unknown type", "unknown-type no-color level=3", "", "");
         row("local encoding", "umlauts no-color", "", "(C) " + "Gerät %s %n"_s.toLocal8Bit() + '\n');
+        row("another local encoding", "other-encoding no-color", "", "(C) Ger\xe4t\n");
+        row("the handler does not flush", "leave-without-flush no-color level=3", "", errors);
         row("the handler does not abort", "go-on-after-fatal no-color", "",
             "(F) f (file.cpp:7, function)\n(C) still here\n");
         row("installed by the constructor without parser", "installed no-color level=3",

@@ -35,7 +35,8 @@ private slots:
     void bannerComesFirst()
     {
         const MonitorHome home;
-        MonitorProcess monitor(home);
+        // The application object would complain of it before anything else.
+        MonitorProcess monitor(home, { "-plugin"_s, "no-such-plugin"_s });
         QVERIFY(monitor.waitForWindow());
         const QStringList lines = monitor.log().split(QLatin1Char('\n'));
         QVERIFY(lines.size() > 9);
@@ -48,6 +49,7 @@ private slots:
                                Contact::Maker::street, Contact::Maker::town, Contact::Maker::email,
                                "==============================="_s, QString() }));
         QVERIFY(!lines.at(9).isEmpty());
+        QVERIFY(lines.mid(9).join(QString()).contains("no-such-plugin"_s));
         QCOMPARE(lines.count(lines.at(2)), 1);
     }
 
@@ -173,6 +175,31 @@ private slots:
             QCOMPARE(monitor.order("state"), QByteArray("hidden"));
         QVERIFY(monitor.isRunning());
         QVERIFY(!monitor.log().contains("main: exit"_s));
+    }
+
+    void closingADialogOfAHiddenWindowLeavesTheProgramRunning()
+    {
+        const MonitorHome home;
+        MonitorProcess monitor(home);
+        QVERIFY(monitor.waitForWindow());
+        QCOMPARE(monitor.order("close"), QByteArray("done"));
+        // A window without a parent, and the last one on the screen.
+        QCOMPARE(monitor.order("trigger actionUpdates"), QByteArray("done"));
+        QVERIFY(QTest::qWaitFor([&] { return monitor.order("modal") == "DlgCheckForUpdates"; }));
+        QCOMPARE(monitor.order("dismiss"), QByteArray("done"));
+        for (int turn = 0; turn < 10; ++turn)
+            QCOMPARE(monitor.order("modal"), QByteArray("none"));
+        QVERIFY(monitor.isRunning());
+    }
+
+    void resultOfTheLoopIsTheExitCode()
+    {
+        const MonitorHome home;
+        MonitorProcess monitor(home);
+        QVERIFY(monitor.waitForWindow());
+        QCOMPARE(monitor.order("leave 7"), QByteArray("done"));
+        QCOMPARE(monitor.waitForExitCode(), 7);
+        QVERIFY2(monitor.log().endsWith("\nmain: exit 7\n"_s), qPrintable(monitor.log()));
     }
 
     void applicationIsSetUp()

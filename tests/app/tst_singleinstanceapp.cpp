@@ -226,7 +226,11 @@ private slots:
 
         const LogCapture log;
         SingleInstanceApp late(name);
+        QElapsedTimer elapsed;
+        elapsed.start();
         QVERIFY(late.init());
+        QVERIFY2(elapsed.elapsed() >= 500 && elapsed.elapsed() < 2000,
+                 QByteArray::number(elapsed.elapsed()).constData());
         QVERIFY(guardLines(log).contains(unguardedLine));
         QVERIFY(!late.findChild<QLocalServer*>()->isListening());
 
@@ -290,6 +294,18 @@ private slots:
         first.setMainWindow(&window);
         QCoreApplication::processEvents();
         QVERIFY(!window.isVisible());
+    }
+
+    void callerThatIsGoneShowsNothing()
+    {
+        SingleInstanceApp first(name);
+        QVERIFY(first.init());
+        QWidget window;
+        first.setMainWindow(&window);
+        const LogCapture log;
+        emit first.findChild<QLocalServer*>()->newConnection();
+        QCOMPARE(guardLines(log), QStringList(detectLine));
+        QVERIFY(window.isHidden());
     }
 
     void deletedWindowIsLeftAlone()

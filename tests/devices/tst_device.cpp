@@ -235,6 +235,13 @@ private slots:
                  "link.portChanged"_s);
         QVERIFY(link->isRunning());
 
+        // What is not about the way to the unit leaves it alone, too.
+        unit.device.setWebPort(443);
+        unit.device.setWebScheme("https"_s);
+        unit.device.setQorName("Halle 2"_s);
+        unit.device.setIpAddress(foreignAddress);
+        QVERIFY(!unit.recorder.take().contains("link."_s));
+
         unit.device.setZmqPort(other.port());
         QCOMPARE(unit.recorder.take(),
                  "zmqPortChanged list.deviceChanged link.hostChanged link.ipAddressChanged "

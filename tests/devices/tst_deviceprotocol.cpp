@@ -103,6 +103,16 @@ private slots:
                  "list.alertChanged"_s);
     }
 
+    void incompatibilityEndsBeforeTheWarningsCome()
+    {
+        receive(QByteArrayLiteral("{"));
+        QVector<QStringList> seen;
+        const QObject here;
+        connect(&device(), &Device::deviceStateChanged, &here, [&] { seen.append(displayTexts(device())); });
+        device().processQorMessage(statusReport(name, { warning("Feuer"_s) }));
+        QCOMPARE(seen, QVector<QStringList>({ { connectedText }, { connectedText, "Feuer"_s } }));
+    }
+
     void unknownCommandIsIncompatible_data()
     {
         addTexts({

@@ -103,6 +103,24 @@ private slots:
         QCOMPARE(displayTexts(unit.device), textsWithHint());
     }
 
+    void newVersionIsStoredBeforeItIsAnnounced()
+    {
+        QStringList stored;
+        QStringList shown;
+        RecordedUnit unit;
+        const Device& device = unit.device;
+        connect(&device, &Device::versionDataChanged, &unit.list, [&] {
+            stored = QStringList { device.localVersionNo(), device.localVersionDate(),
+                                   device.remoteVersionNo(), device.remoteVersionDate() };
+        });
+        connect(&device, &Device::deviceStateChanged, &unit.list, [&] { shown = displayTexts(device); });
+        unit.device.updateVersionInfo(number, oldDate, newNumber, newDate);
+        QCOMPARE(stored, QStringList({ number, oldDate, newNumber, newDate }));
+        QCOMPARE(shown, textsWithHint(newNumber));
+        unit.device.updateVersionInfo(newNumber, newDate, newNumber, newDate);
+        QCOMPARE(shown, textsWithHint());
+    }
+
     void sameReportAgainIsSilent()
     {
         RecordedUnit unit;

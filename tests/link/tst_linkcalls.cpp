@@ -311,6 +311,8 @@ private slots:
                  QStringList({ disconnectedEntry, "host "_s, "address "_s }));
         for (const QString& line : { caughtLine, endLine, disconnectLine })
             QCOMPARE(log.count(QtDebugMsg, line), 1);
+        QCOMPARE(log.taggedLines("QorInterface::run()"_s).mid(1),
+                 QStringList({ "D "_s + caughtLine, "D "_s + endLine }));
         QCOMPARE(disconnects().size(), 1);
         QCOMPARE(disconnects().at(0).thread, QThread::currentThreadId());
         verifyUsable(unit.link);

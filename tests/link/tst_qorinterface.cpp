@@ -341,6 +341,17 @@ private slots:
         QTRY_COMPARE(unit.link.state(), QorInterface::Connected);
     }
 
+    void connectsAtOnceForAMonitoredUnit()
+    {
+        LinkedUnit unit;
+        unit.device->setMonitored(true);
+        QorInterface link;
+        link.setDevice(unit.device);
+        QVERIFY(link.isRunning());
+        QCOMPARE(link.host(), loopback);
+        QCOMPARE(link.port(), unit.publisher.port());
+    }
+
     void followsItsUnit()
     {
         LinkedUnit unit;

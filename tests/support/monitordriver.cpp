@@ -162,12 +162,16 @@ private:
         const QList<QByteArray> words = order.split(' ');
         if (words.first() == "add")
             addUnit(window, words.value(1));
+        else if (words.first() == "leave")
+            QCoreApplication::exit(words.value(1).toInt());
         else if (words.size() > 1)
             return work(window->findChild<QObject*>(QString::fromUtf8(words.at(1))), words);
         else if (order == "minimise")
             window->showMinimized();
         else if (order == "close")
             window->close();
+        else if (order == "dismiss")
+            QApplication::activeModalWidget()->close();
         else if (order == "monitor")
             toggleMonitoring(window);
         else if (order == "exit" || (order == "exit-late" && startAnother()))
