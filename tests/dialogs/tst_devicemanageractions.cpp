@@ -192,6 +192,28 @@ private slots:
         QCOMPARE(managed.column(1), "127.0.0.1|127.0.0.1"_s);
     }
 
+    void refreshLeavesTheLinksAlone()
+    {
+        Publisher publisher;
+        ManagedWindow managed;
+        const Device* unit = managed.addLoaded(publisher.port());
+        managed.click("Monitor");
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send("{}");
+        QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);
+        managed.click("Refresh");
+        QCOMPARE(unit->qorInterface()->state(), QorInterface::Connected);
+    }
+
+    void updateActionsEnablesAddingAndLeavesRefresh()
+    {
+        ManagedWindow managed;
+        for (const char* name : { "AddHost", "Refresh" })
+            managed.button(name)->setEnabled(false);
+        managed.dialog()->updateActions();
+        QCOMPARE(managed.enabledButtons(), "AddHost Close"_s);
+    }
+
     void withoutCurrentRowNothingHappens_data()
     {
         QTest::addColumn<bool>("monitored");
