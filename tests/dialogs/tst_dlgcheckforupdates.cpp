@@ -98,8 +98,10 @@ private slots:
     {
         const UpdateFixture fixture;
         fixture.dialog->show();
+        fixture.monitor()->show();
         fixture.button("pushButtonClose")->click();
         QVERIFY(fixture.dialog->isHidden());
+        QVERIFY(fixture.monitor()->isHidden());
         QCOMPARE(fixture.boxes.count(), 0);
     }
 
@@ -117,6 +119,30 @@ private slots:
         QCOMPARE(busy.count(), 0);
         QCOMPARE(boxes.count(), 0);
         QVERIFY(dialog.findChild<DlgDownloadMonitor*>()->isHidden());
+    }
+
+    void failureIsToldToWhoAsked()
+    {
+        const TestStore store(TestStore::UpdateCheck::Unset);
+        const MessageBoxes boxes;
+        DlgCheckForUpdates dialog("QorMonitor"_s, nullptr);
+        const auto fail = [&] { QVERIFY(QMetaObject::invokeMethod(&dialog, "processDownloadFailed")); };
+        fail();
+        QCOMPARE(boxes.count(), 0);
+        // Noted even without a server.
+        dialog.checkForUpdates(true);
+        fail();
+        QCOMPARE(boxes.count(), 1);
+        QCOMPARE(boxes.last().icon, QMessageBox::Warning);
+    }
+
+    void addressIsTakenTolerantly()
+    {
+        UpdateFixture fixture;
+        fixture.dialog = std::make_unique<DlgCheckForUpdates>("Qor Monitor"_s, nullptr);
+        fixture.dialog->addServerUrl(fixture.server.baseUrl());
+        fixture.check();
+        QCOMPARE(fixture.server.requestCount("Qor%20MonitorUpdate.info"), 1);
     }
 
     void onlyTheFirstServerIsAsked()
