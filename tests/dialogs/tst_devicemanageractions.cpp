@@ -99,12 +99,13 @@ private slots:
     void clickLoadsTheUnit()
     {
         ManagedWindow managed;
-        const Device* second = managed.add(5567, "8080"_s);
+        Device* second = managed.add(5567, "8080"_s);
+        second->setWebScheme("https"_s);
         const Device* first = managed.addLoaded(5566);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
         QCOMPARE(managed.enabledButtons(), unitLoaded);
         managed.clickRow(second);
-        QCOMPARE(managed.fields(), "127.0.0.1 5567 8080 http"_s);
+        QCOMPARE(managed.fields(), "127.0.0.1 5567 8080 https"_s);
         emit managed.tree()->itemClicked(managed.rowOf(first), 6);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
     }

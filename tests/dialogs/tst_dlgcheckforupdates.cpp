@@ -127,9 +127,11 @@ private slots:
         const MessageBoxes boxes;
         DlgCheckForUpdates dialog("QorMonitor"_s, nullptr);
         const auto fail = [&] { QVERIFY(QMetaObject::invokeMethod(&dialog, "processDownloadFailed")); };
+        // Without a server it does not begin.
+        dialog.downloadUpdateFile("setup.exe"_s);
         fail();
         QCOMPARE(boxes.count(), 0);
-        // Noted even without a server.
+        // Who asked is noted all the same.
         dialog.checkForUpdates(true);
         fail();
         QCOMPARE(boxes.count(), 1);
