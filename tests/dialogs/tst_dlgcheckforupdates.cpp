@@ -138,13 +138,18 @@ private slots:
         QCOMPARE(boxes.last().icon, QMessageBox::Warning);
     }
 
-    void addressIsTakenTolerantly()
+    void nameOfTheApplicationIsUsedThroughout()
     {
         UpdateFixture fixture;
-        fixture.dialog = std::make_unique<DlgCheckForUpdates>("Qor Monitor"_s, nullptr);
+        // With a blank, which a tolerantly taken address may have.
+        fixture.server.setAnswer("Other%20NameUpdate.info",
+                                 HttpAnswer::ok(updateDescription("1.05", "setup.exe")));
+        fixture.dialog = std::make_unique<DlgCheckForUpdates>("Other Name"_s, nullptr);
         fixture.dialog->addServerUrl(fixture.server.baseUrl());
         fixture.check();
-        QCOMPARE(fixture.server.requestCount("Qor%20MonitorUpdate.info"), 1);
+        QCOMPARE(fixture.boxes.last().title, "Other Name"_s);
+        QCOMPARE(fixture.boxes.lastText(),
+                 QString(question).replace("QorMonitor"_s, "Other Name"_s).arg("1.05"_s));
     }
 
     void onlyTheFirstServerIsAsked()

@@ -106,6 +106,8 @@ private slots:
         QCOMPARE(deviceManager()->parent(), m_window.get());
         // It may be on the screen alone.
         QVERIFY(!updateDialog()->parent());
+        QWidget owner;
+        QCOMPARE(MainWinQorMonitor(&owner).parent(), &owner);
     }
 
     void listDoesNotCallTheWindow()
