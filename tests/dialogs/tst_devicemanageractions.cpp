@@ -99,12 +99,13 @@ private slots:
     void clickLoadsTheUnit()
     {
         ManagedWindow managed;
-        const Device* second = managed.add(5567, "8080"_s);
+        Device* second = managed.add(5567, "8080"_s);
+        second->setWebScheme("https"_s);
         const Device* first = managed.addLoaded(5566);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
         QCOMPARE(managed.enabledButtons(), unitLoaded);
         managed.clickRow(second);
-        QCOMPARE(managed.fields(), "127.0.0.1 5567 8080 http"_s);
+        QCOMPARE(managed.fields(), "127.0.0.1 5567 8080 https"_s);
         emit managed.tree()->itemClicked(managed.rowOf(first), 6);
         QCOMPARE(managed.fields(), "127.0.0.1 5566 80 http"_s);
     }
@@ -190,6 +191,28 @@ private slots:
         QCOMPARE(first->qorInterface()->state(), QorInterface::Disconnected);
         managed.dialog()->rebuildList();
         QCOMPARE(managed.column(1), "127.0.0.1|127.0.0.1"_s);
+    }
+
+    void refreshLeavesTheLinksAlone()
+    {
+        Publisher publisher;
+        ManagedWindow managed;
+        const Device* unit = managed.addLoaded(publisher.port());
+        managed.click("Monitor");
+        QVERIFY(publisher.waitForSubscriber());
+        publisher.send("{}");
+        QTRY_COMPARE(unit->qorInterface()->state(), QorInterface::Connected);
+        managed.click("Refresh");
+        QCOMPARE(unit->qorInterface()->state(), QorInterface::Connected);
+    }
+
+    void updateActionsEnablesAddingAndLeavesRefresh()
+    {
+        ManagedWindow managed;
+        for (const char* name : { "AddHost", "Refresh" })
+            managed.button(name)->setEnabled(false);
+        managed.dialog()->updateActions();
+        QCOMPARE(managed.enabledButtons(), "AddHost Close"_s);
     }
 
     void withoutCurrentRowNothingHappens_data()

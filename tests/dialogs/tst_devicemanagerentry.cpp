@@ -124,6 +124,11 @@ private slots:
                  "127.0.0.1:5566 80 http false|127.0.0.1:5567 80 http false|"
                  "localhost:5566 80 http false|LOCALHOST:5566 80 http false"_s);
         QCOMPARE(managed.column(0), "127.0.0.1|127.0.0.1|localhost|LOCALHOST"_s);
+        // A change may do the same.
+        emit managed.tree()->itemClicked(managed.tree()->topLevelItem(0), 0);
+        managed.enter("Localhost"_s);
+        managed.click("ChangeHost");
+        QCOMPARE(managed.list()->at(0)->host(), "Localhost"_s);
     }
 
     void addingDropsTheSelection()

@@ -136,6 +136,8 @@ private slots:
             QCOMPARE(pixels(heading), 14);
             QCOMPARE(alignmentOf(about, heading) & Qt::AlignHorizontal_Mask, Qt::AlignLeft);
         }
+        for (const auto& line : { Contact::Maker::street, "Telefon:"_s, Contact::Author::street })
+            QCOMPARE(alignmentOf(about, line) & Qt::AlignHorizontal_Mask, Qt::AlignLeft);
         for (const auto& centred : { "QORweb"_s, "Version "_s })
             QCOMPARE(alignmentOf(about, centred) & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
         for (const auto& link : { Contact::Maker::email, Contact::Maker::webSite, Contact::Author::email }) {

@@ -98,8 +98,10 @@ private slots:
     {
         const UpdateFixture fixture;
         fixture.dialog->show();
+        fixture.monitor()->show();
         fixture.button("pushButtonClose")->click();
         QVERIFY(fixture.dialog->isHidden());
+        QVERIFY(fixture.monitor()->isHidden());
         QCOMPARE(fixture.boxes.count(), 0);
     }
 
@@ -117,6 +119,37 @@ private slots:
         QCOMPARE(busy.count(), 0);
         QCOMPARE(boxes.count(), 0);
         QVERIFY(dialog.findChild<DlgDownloadMonitor*>()->isHidden());
+    }
+
+    void failureIsToldToWhoAsked()
+    {
+        const TestStore store(TestStore::UpdateCheck::Unset);
+        const MessageBoxes boxes;
+        DlgCheckForUpdates dialog("QorMonitor"_s, nullptr);
+        const auto fail = [&] { QVERIFY(QMetaObject::invokeMethod(&dialog, "processDownloadFailed")); };
+        // Without a server it does not begin.
+        dialog.downloadUpdateFile("setup.exe"_s);
+        fail();
+        QCOMPARE(boxes.count(), 0);
+        // Who asked is noted all the same.
+        dialog.checkForUpdates(true);
+        fail();
+        QCOMPARE(boxes.count(), 1);
+        QCOMPARE(boxes.last().icon, QMessageBox::Warning);
+    }
+
+    void nameOfTheApplicationIsUsedThroughout()
+    {
+        UpdateFixture fixture;
+        // With a blank, which a tolerantly taken address may have.
+        fixture.server.setAnswer("Other%20NameUpdate.info",
+                                 HttpAnswer::ok(updateDescription("1.05", "setup.exe")));
+        fixture.dialog = std::make_unique<DlgCheckForUpdates>("Other Name"_s, nullptr);
+        fixture.dialog->addServerUrl(fixture.server.baseUrl());
+        fixture.check();
+        QCOMPARE(fixture.boxes.last().title, "Other Name"_s);
+        QCOMPARE(fixture.boxes.lastText(),
+                 QString(question).replace("QorMonitor"_s, "Other Name"_s).arg("1.05"_s));
     }
 
     void onlyTheFirstServerIsAsked()

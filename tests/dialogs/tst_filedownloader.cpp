@@ -65,6 +65,9 @@ private slots:
         QVERIFY(!downloader.currentReply());
         QVERIFY(downloader.downloadedData().isEmpty());
         QVERIFY(downloader.isIdle());
+        // By reference.
+        downloader.downloadedData() = "content";
+        QCOMPARE(downloader.downloadedData(), QByteArray("content"));
     }
 
     void busyChangesAreAnnouncedOnce()
@@ -174,6 +177,7 @@ private slots:
     {
         Downloader downloader;
         downloader.start(HttpAnswer::ok("content"));
+        QVERIFY(downloader.currentReply()->request() == QNetworkRequest(downloader.server.url("file"_s)));
         QTRY_COMPARE(downloader.success.count(), 1);
         const QByteArray request = downloader.server.requests().constFirst().toLower();
         QVERIFY(request.startsWith("get /qormonitorupdate/file http/1.1\r\n"));

@@ -100,6 +100,13 @@ private slots:
             notSaved.arg("#Unzulässiger Dateiname \"below/setup.exe\""_s), true, true);
         row("saved", offering(installer), QMessageBox::Information, "#Download erfolgreich abgeschlossen!"_s,
             true, true);
+        row(
+            "saved under a name that the address encodes",
+            [](UpdateFixture& fixture) {
+                fixture.offer(installer, "Größe 2.exe");
+                fixture.server.setAnswer("Gr%C3%B6%C3%9Fe%202.exe", installer);
+            },
+            QMessageBox::Information, "#Download erfolgreich abgeschlossen!"_s, true, true);
         if (!Platform::hasFullDisk())
             return;
         row("full disk", offerWithAFullDisk, QMessageBox::Critical, notSaved.arg("No space left on device"_s),

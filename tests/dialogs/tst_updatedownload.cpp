@@ -8,6 +8,7 @@
 #include "support/platform.h"
 #include "support/updatefixture.h"
 
+#include <QCheckBox>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
@@ -182,6 +183,19 @@ private slots:
         QCOMPARE(fixture.boxes.count(), 3);
         QCOMPARE(fixture.boxes.lastText(), "Keine Version von QorMonitor verfügbar!"_s);
         QVERIFY(fixture.monitor()->isHidden());
+    }
+
+    void phaseStaysUntilTheNextDescription()
+    {
+        UpdateFixture fixture;
+        startInstaller(fixture);
+        cancelButton(fixture)->click();
+        // A check that does not get as far as its description.
+        fixture.dialog->findChild<QCheckBox*>()->click();
+        fixture.dialog->checkForUpdates(false);
+        QVERIFY(QMetaObject::invokeMethod(fixture.dialog.get(), "processDownloadFailed"));
+        QCOMPARE(fixture.boxes.count(), 3);
+        QCOMPARE(fixture.boxes.lastText(), notLoaded);
     }
 
     void overAnEncryptedConnection()

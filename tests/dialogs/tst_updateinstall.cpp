@@ -82,6 +82,17 @@ private slots:
         QTRY_VERIFY(!fixture.folder.read("mark"_s).isEmpty());
     }
 
+    void withoutAFolderTheRootIsTaken()
+    {
+        UpdateFixture fixture;
+        fixture.dialog->setDownloadDir({});
+        // A folder there, so that nobody can write a file of its name.
+        fixture.offer(installer, "proc");
+        fixture.dialog->checkForUpdates(true);
+        QTRY_COMPARE(fixture.boxes.count(), 2);
+        QCOMPARE(fixture.boxes.lastText(), "Fehler beim Speichern der Datei\nIs a directory!\nGrund: %2."_s);
+    }
+
     void fileThatDoesNotStartEndsTheProgramAnyway()
     {
         UpdateFixture fixture;

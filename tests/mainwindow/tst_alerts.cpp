@@ -67,9 +67,11 @@ private slots:
         ring();
         QVERIFY(rings());
         QCOMPARE(soundPlays(), before + 1);
+        m_window->hide();
         raiseAlert();
         QVERIFY(rings());
         QCOMPARE(soundPlays(), before + 1);
+        QVERIFY(m_window->isVisible());
     }
 
     void lastFlagGoneSilences()

@@ -159,6 +159,16 @@ private slots:
         QCOMPARE(column(2), QStringList({ disconnectedText, {}, {}, {}, {} }));
     }
 
+    void listHasNoLimit()
+    {
+        QJsonArray many;
+        for (int i = 0; i < 10000; ++i)
+            many.append(warning(QString::number(i)));
+        addUnlinkedUnit()->setWarnings(many);
+        QCOMPARE(column(2).size(), 10001);
+        QCOMPARE(column(2).last(), "9999"_s);
+    }
+
     void unitsAndMessagesKeepTheirOrder()
     {
         Device* first = addUnlinkedUnit();

@@ -56,6 +56,8 @@ private slots:
         QCOMPARE(column(1).join(QString()), "ZZC"_s);
         QCOMPARE(log.count(QtCriticalMsg, "update device \"Z\""_s), 2);
         QCOMPARE(log.count(QtCriticalMsg, "update device"_s), 2);
+        // The device manager hears of it behind the list.
+        QCOMPARE(log.taggedLines().last(), "C DlgDeviceManager::updateDevice()"_s);
         // The same row: renamed, not replaced.
         QCOMPARE(messages()->topLevelItem(0), row);
         QCOMPARE(row->background(1), background);
@@ -122,6 +124,8 @@ private slots:
         row("other port", "http"_s, "10.0.0.5"_s, 8080, "http://10.0.0.5:8080/");
         row("secure, default port", "https"_s, "10.0.0.5"_s, 443, "https://10.0.0.5:443/");
         row("host name", "https"_s, "localhost"_s, 4443, "https://localhost:4443/");
+        row("tolerated blank", "http://10.0.0.5/a b"_s, "10.0.0.5"_s, -1,
+            "http://10.0.0.5/a%20b://10.0.0.5:-1/");
     }
 
     void doubleClickOpensTheWebInterface()

@@ -8,6 +8,7 @@
 
 #include <QCloseEvent>
 #include <QMenu>
+#include <QStatusBar>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(QSystemTrayIcon::ActivationReason)
@@ -101,6 +102,14 @@ private slots:
         QVERIFY(m_window->isVisible());
     }
 
+    void activationEndsMaximizing()
+    {
+        m_window->showMaximized();
+        QVERIFY(m_window->isMaximized());
+        activate(QSystemTrayIcon::Trigger);
+        QVERIFY(!m_window->isMaximized());
+    }
+
     void closingHides()
     {
         m_window->show();
@@ -129,6 +138,7 @@ private slots:
         QTRY_VERIFY(unit->alert());
         QVERIFY(rings());
         QCOMPARE(icon()->toolTip(), statusToolTip);
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString());
 
         QCOMPARE(m_window->windowTitle(), "QorMonitor"_s);
         m_window->setWindowTitle("other"_s);

@@ -100,6 +100,22 @@ private slots:
         checkRuns(3);
     }
 
+    void partsHaveTheirParents()
+    {
+        QCOMPARE(units().parent(), m_window.get());
+        QCOMPARE(deviceManager()->parent(), m_window.get());
+        // It may be on the screen alone.
+        QVERIFY(!updateDialog()->parent());
+        QWidget owner;
+        QCOMPARE(MainWinQorMonitor(&owner).parent(), &owner);
+    }
+
+    void listDoesNotCallTheWindow()
+    {
+        emit units().activateWindow();
+        QVERIFY(!m_window->isVisible());
+    }
+
     void dialogsEndBeforeTheUnits()
     {
         QStringList ended;
@@ -134,6 +150,14 @@ private slots:
         QVERIFY(!action("actionMinimizeWindow")->isEnabled());
         m_window->showNormal();
         QVERIFY(action("actionMinimizeWindow")->isEnabled());
+    }
+
+    void soundSwitchUpdatesTheActions()
+    {
+        m_window->showMinimized();
+        m_window->toggleUseAudio();
+        QVERIFY(!action("actionMinimizeWindow")->isEnabled());
+        QVERIFY(!action("actionUseAudio")->isChecked());
     }
 
     void hidingAMinimizedWindowDisablesTheAction()
