@@ -343,6 +343,17 @@ private slots:
         verifyUsable(*m_link);
     }
 
+    void endOfAUnitSwallowsAFailingDisconnect()
+    {
+        LinkedUnit unit;
+        QVERIFY(unit.monitor());
+        const LogCapture log;
+        zmqfaults::failNext(Call::Disconnect, ENOENT);
+        unit.list.reset();
+        QCOMPARE(log.count(QtDebugMsg, "Device::~Device():"_s), 1);
+        QVERIFY(unit.publisher.waitForUnsubscriber());
+    }
+
     void loopErrorBetweenFramesLeavesAUsableLink()
     {
         const QSignalSpy received(m_link.get(), &QorInterface::receiveQorMessage);
