@@ -98,6 +98,8 @@ DlgAbout::DlgAbout(QWidget* parent)
     // The text's colours are fixed, and a dark desktop would hide them.
     QPalette palette;
     palette.setColor(QPalette::Base, Qt::white);
+    // The frame of the link that has the focus.
+    palette.setColor(QPalette::Text, Qt::black);
     m_ui->textBrowser->setPalette(palette);
     QString aboutHtml;
     QTextStream html(&aboutHtml);

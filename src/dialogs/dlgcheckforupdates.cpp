@@ -56,9 +56,8 @@ DlgCheckForUpdates::DlgCheckForUpdates(QString appName, QWidget* parent)
             &DlgCheckForUpdates::processDownloadSuccess);
     connect(m_downloader.get(), &FileDownloader::downloadFailed, this,
             &DlgCheckForUpdates::processDownloadFailed);
-    // A check that waits for the proxies is busy already, unless it has been cancelled.
     connect(&m_proxies, &SystemProxies::found, this, [this] {
-        if (m_downloader->isBusy())
+        if (std::exchange(m_waitsForProxies, false))
             loadDescription();
     });
 }
@@ -82,10 +81,12 @@ void DlgCheckForUpdates::checkForUpdates(bool interactive)
     if (m_serverUrls.isEmpty())
         return;
     m_fileDownload = false;
-    if (m_proxies.areKnown(QUrl(m_serverUrls.first())))
+    if (m_proxies.areKnown(QUrl(m_serverUrls.first()))) {
         loadDescription();
-    else
-        m_downloader->setBusy(true);
+        return;
+    }
+    m_waitsForProxies = true;
+    m_downloader->setBusy(true);
 }
 
 void DlgCheckForUpdates::loadDescription()
@@ -105,6 +106,9 @@ void DlgCheckForUpdates::downloadUpdateFile(const QString& fileName)
 
 void DlgCheckForUpdates::on_pushButtonClose_clicked()
 {
+    // There is no transfer yet that would tell of its end.
+    if (std::exchange(m_waitsForProxies, false))
+        processDownloadFailed();
     m_downloader->cancel();
     m_downloadMonitor->hide();
     close();

@@ -68,6 +68,8 @@ private:
     QString m_appName;
     QStringList m_serverUrls;
     SystemProxies m_proxies;
+    // Whether a check has begun and waits for them.
+    bool m_waitsForProxies = false;
     // A child of the dialog's own parent, which lives longer.
     std::unique_ptr<FileDownloader> m_downloader;
     bool m_interactive = false;

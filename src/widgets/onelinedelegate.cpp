@@ -42,7 +42,7 @@ QString asToolTip(QString text)
     int word = 0;
     for (int i = 0; i < text.size(); ++i) {
         word = text.at(i).isSpace() ? 0 : word + 1;
-        if (word > longestWord && !text.at(i).isLowSurrogate()) {
+        if (word > longestWord && !(text.at(i).isLowSurrogate() && text.at(i - 1).isHighSurrogate())) {
             text.insert(i, mayBreak);
             word = 0;
         }

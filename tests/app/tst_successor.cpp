@@ -37,13 +37,13 @@ private slots:
         QVERIFY(ending.waitForWindow());
         const pid_t first = ownerOf(name);
         QVERIFY(first > 0);
+        const auto end = qScopeGuard([&] {
+            if (const pid_t left = ownerOf(name); left > 0)
+                kill(left, SIGKILL);
+        });
         QCOMPARE(ending.order("exit-late"), QByteArray("done"));
         QCOMPARE(ending.waitForExitCode(), 0);
         pid_t successor = 0;
-        const auto end = qScopeGuard([&] {
-            if (successor > 0)
-                kill(successor, SIGKILL);
-        });
         const auto isThere = [&] { return (successor = ownerOf(name)) > 0; };
         QVERIFY(QTest::qWaitFor(isThere, MonitorProcess::timeoutMs));
         QVERIFY(successor != first);

@@ -330,18 +330,24 @@ private slots:
     void closeCancelsTheDescription_data()
     {
         QTest::addColumn<bool>("interactive");
-        QTest::newRow("on request") << true;
-        QTest::newRow("automatically") << false;
+        QTest::addColumn<bool>("atOnce");
+        QTest::newRow("on request") << true << false;
+        QTest::newRow("automatically") << false << false;
+        // On Windows it has not been asked for yet: the proxies are not known.
+        QTest::newRow("on request, at once") << true << true;
+        QTest::newRow("automatically, at once") << false << true;
     }
 
     void closeCancelsTheDescription()
     {
         QFETCH(const bool, interactive);
+        QFETCH(const bool, atOnce);
         UpdateFixture fixture;
         fixture.dialog->show();
         fixture.publish(HttpAnswer::ok("nothing").held(0));
         fixture.dialog->checkForUpdates(interactive);
-        QTRY_COMPARE(fixture.server.requests().size(), 1);
+        if (!atOnce)
+            QTRY_COMPARE(fixture.server.requests().size(), 1);
         fixture.button("pushButtonClose")->click();
         QCOMPARE(fixture.boxes.count(), interactive ? 1 : 0);
         QCOMPARE(fixture.boxes.last().icon, interactive ? QMessageBox::Warning : QMessageBox::NoIcon);
