@@ -120,6 +120,9 @@ class Session:
         wait_until(lambda: os.path.exists(self.path("pulse.sock")), 10, "sound server")
         self.desktop = Desktop(self.env["DISPLAY"])
         wait_until(self.desktop.window_manager_runs, 10, "window manager")
+        # With a keyboard's first key the window manager lets go of its own keys and takes them anew, and
+        # could miss one that comes at that moment.
+        self.xdotool("key", "Shift_L")
 
     def _start_display(self):
         read_end, write_end = os.pipe()

@@ -3,7 +3,7 @@
 
 import desktoptest
 import widgets
-from processes import stays, wait_until
+from processes import WaitTimeout, stays, wait_until
 
 MENU = [
     "Monitor öffnen",
@@ -33,7 +33,10 @@ class TrayTest(desktoptest.DesktopTest):
         wait_until(lambda: self.desktop.is_shown("QorMonitor"), 5, "the window is shown")
 
     def wait_hidden(self):
-        wait_until(lambda: not self.desktop.is_shown("QorMonitor"), 5, "the window is hidden")
+        try:
+            wait_until(lambda: not self.desktop.is_shown("QorMonitor"), 5, "the window is hidden")
+        except WaitTimeout:
+            self.fail(f"shown: {self.desktop.stacking()}, with the focus: {self.desktop.active()!r}")
 
     def close_window(self):
         self.session.keys("alt+F4")
