@@ -8,6 +8,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QFontDatabase>
 #include <QHelpEvent>
 #include <QScreen>
 #include <QStyleFactory>
@@ -47,6 +48,13 @@ double contrastOf(const QImage& picture)
     return best;
 }
 
+constexpr auto noFonts = "On Windows the offscreen platform has no fonts to draw with.";
+
+bool hasNoFonts()
+{
+    return QFontDatabase().families().isEmpty();
+}
+
 QPalette darkPalette()
 {
     QPalette palette(QColor(45, 45, 45), QColor(35, 35, 35));
@@ -75,6 +83,8 @@ private slots:
 
     void rowsCanBeRead()
     {
+        if (hasNoFonts())
+            QSKIP(noFonts);
         QFETCH(const QPalette, palette);
         QFETCH(const bool, isSelected);
         const QPalette before = QApplication::palette();
@@ -181,6 +191,8 @@ private slots:
 
     void longToolTipCanBeShown()
     {
+        if (hasNoFonts())
+            QSKIP(noFonts);
         QFETCH(const QString, text);
         addUnlinkedUnit()->setWarnings({ warning(text) });
         m_window->show();
